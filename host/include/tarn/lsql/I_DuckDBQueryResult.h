@@ -1,0 +1,34 @@
+#pragma once
+
+#include "tarn/I_Unknown.h"
+#include "tarn/String.h"
+#include "tarn/lsql/I_DuckDBCursor.h"
+#include "tarn/smart_ptr.h"
+
+namespace tarn::lsql {
+
+// Bits of get_Flags; at most one is set.
+enum QueryResultFlag : std::uint32_t {
+  kResultHasCursor = 1,
+  kResultHasRowsChanged = 2,
+  kResultHasError = 4,
+};
+
+// The outcome of one executed statement, and the way to those of the statements after it.
+// Interface number 409. The getters answer also after Close, from any thread.
+class LSHARED_API I_DuckDBQueryResult : public I_Unknown {
+ public:
+  virtual std::uint64_t get_RowsChanged() const = 0;
+  virtual smart_ptr<I_DuckDBCursor> get_Cursor() const = 0;  // null unless kResultHasCursor
+  virtual std::uint32_t get_Flags() const = 0;
+  // Byte offset of the error in the executed text, from 0; -1 when unknown.
+  virtual std::int64_t get_ErrorPosition() const = 0;
+  virtual String get_ErrorMessage() const = 0;
+  virtual String get_ErrorType() const = 0;  // DuckDB's exception type ("Catalog")
+  // The next statement's outcome; once: afterwards, and past the end, null.
+  virtual smart_ptr<I_DuckDBQueryResult> NextResult() = 0;
+  // Releases what DuckDB holds for this and all following results.
+  virtual void Close() = 0;
+};
+
+}  // namespace tarn::lsql

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "tarn/Array.h"
+#include "tarn/I_Unknown.h"
+#include "tarn/String.h"
+#include "tarn/lsql/I_DuckDBCursor.h"
+#include "tarn/lsql/I_DuckDBQueryResult.h"
+#include "tarn/smart_ptr.h"
+
+namespace tarn::lsql {
+
+// What TryExecuteAll did.
+struct DuckDBExecutionResult {
+  std::uint32_t mStatementsExecuted = 0;
+  std::uint32_t mErrorCode = 0;  // 0 = none
+  String mErrorMessage;          // empty = none
+};
+
+// A SQL text of one or more statements, prepared and executed piece by piece. Interface number 407.
+//
+// Errors are xDuckDBError 0x72501 with texts (database path, DuckDB's message); on a statement that
+// was closed, or whose database was, ("unknown", "DuckDBDatabase is invalid"). All operations but
+// the two text getters run under the engine lock and may be called from any thread.
+class LSHARED_API I_DuckDBStatement : public I_Unknown {
+ public:
+  virtual String const& get_SqlText() const = 0;     // the whole text
+  virtual String const& get_CurrentSql() const = 0;  // the piece prepared last
+  virtual smart_ptr<I_DuckDBDatabase> get_Database() = 0;
+  virtual std::uint64_t get_RemainingStatements() = 0;
+  virtual void Close() = 0;
+
+  // Prepares the next piece and binds the current parameters to it. Past the last piece nothing.
+  virtual void PrepareNext() = 0;
+  virtual void ExecuteNext(std::uint64_t& outRowsChanged) = 0;  // PrepareNext, Execute
+  virtual void ExecuteNext() = 0;
+  // Every piece that is left, then back to the start. The first failure is thrown.
+  virtual void ExecuteAll() = 0;
+  // The same, but a failure is recorded (code 0x72000 "Unexpected DuckDB error" when it is none of
+  // DuckDB's). Never throws.
+  virtual DuckDBExecutionResult TryExecuteAll() = 0;
+
+  virtual void ClearBindings() = 0;
+  virtual void Reserved16() = 0;
+  virtual void Reserved17() = 0;
+  virtual void Reserved18() = 0;
+  virtual void Reserved19() = 0;
+  virtual void Reserved20() = 0;
+  virtual void Reserved21() = 0;
+
+  // One row of parameters: element i is SQL parameter i + 1. Replaces what was bound.
+  virtual void BindParameters(smart_ptr<ValueRow> inRow) = 0;
+  // Several rows: Execute and ExecuteResult run the piece once for each.
+  virtual void BindParameterRows(smart_ptr<ValueRows> inRows) = 0;
+
+  // Runs the prepared piece. The rows changed by it; with several parameter rows, by the last.
+  virtual std::int64_t Execute() = 0;
+  // A cursor over the piece's rows; null when nothing is prepared. More than one parameter row:
+  // xFeatureError 0xA000 "lDuckDB - multi-row binding for SqlSelect".
+  virtual smart_ptr<I_DuckDBCursor> ExecuteCursor(std::uint32_t inCursorKind) = 0;
+  // The piece's rows as a JSON text (CursorToJSON over a server-side cursor).
+  virtual String ExecuteToJSON() = 0;
+  virtual smart_ptr<I_DuckDBQueryResult> ExecuteResult(std::uint32_t inCursorKind) = 0;
+};
+
+}  // namespace tarn::lsql
