@@ -1,0 +1,74 @@
+# The front door. Works from any folder (make -C), sets the machine up first, is quick when nothing changed.
+root := $(patsubst %/,%,$(dir $(abspath $(lastword $(MAKEFILE_LIST)))))
+JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
+FUZZ_SECONDS ?= 60
+SOAK_SECONDS ?= 600
+
+SHELL := /bin/bash
+.SHELLFLAGS := -euo pipefail -c
+.DEFAULT_GOAL := build
+MAKEFLAGS += --no-print-directory
+
+build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
+ctest_with = cd '$(root)' && ctest --preset $(1) -j $(JOBS) $(2)
+
+.PHONY: help setup setup-data build run test rules lint asan tsan fuzz bench soak coverage install clean
+
+help: ## this list
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' '$(root)/Makefile'
+
+setup: ## install and fetch what a build needs
+	@'$(root)/scripts/setup.sh'
+
+setup-data:
+	@'$(root)/scripts/setup.sh' --data
+
+# One configuration a preset; a changed preset configures anew, all else ninja sees for itself.
+$(root)/build/%/build.ninja: $(root)/CMakePresets.json | setup
+	@cd '$(root)' && cmake --preset $* && touch '$@'
+.PRECIOUS: $(root)/build/%/build.ninja
+
+build: setup $(root)/build/release/build.ninja ## the extension, the host library and lumora, in build/release
+	@$(call build_with,release,--target product)
+
+run: setup-data build ## the five procedures on a real data set
+	@'$(root)/scripts/run_demo.sh'
+
+test: setup ## everything that must hold: tree rules, release, asan and tsan suites
+	@$(MAKE) -f '$(root)/Makefile' rules
+	@$(MAKE) -f '$(root)/Makefile' test-release
+	@$(MAKE) -f '$(root)/Makefile' asan
+	@$(MAKE) -f '$(root)/Makefile' tsan
+
+.PHONY: test-release
+test-release: setup $(root)/build/release/build.ninja ## the suites in the release build
+	@$(call build_with,release,--target all benchmarks)
+	@$(call ctest_with,release)
+
+asan: setup $(root)/build/asan/build.ninja ## the suites under address and undefined-behaviour sanitizers
+	@$(call build_with,asan)
+	@$(call ctest_with,asan)
+
+tsan: setup $(root)/build/tsan/build.ninja ## the threaded suites under the thread sanitizer
+	@$(call build_with,tsan,--target threaded_tests)
+	@$(call ctest_with,tsan)
+
+rules: setup
+	@echo "rules: none yet"
+
+lint: rules ## tree rules, formatting and static checks
+
+fuzz: setup $(root)/build/fuzz/build.ninja ## every fuzzer for FUZZ_SECONDS each
+	@$(call build_with,fuzz,--target fuzzers)
+	@'$(root)/scripts/fuzz.sh' $(FUZZ_SECONDS)
+
+bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
+	@$(call build_with,release,--target product benchmarks)
+	@'$(root)/scripts/bench.sh'
+
+install: build ## into PREFIX
+	@cmake --install '$(root)/build/release' --prefix '$(PREFIX)'
+
+clean: ## remove what was built, keep what was downloaded
+	@find '$(root)/build' -mindepth 1 -maxdepth 1 ! -name deps -exec rm -rf {} + 2>/dev/null || true

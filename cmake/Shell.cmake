@@ -1,0 +1,31 @@
+# lumora, the command-line host. All of it but main.cpp is the static library room_shell, so that tests
+# can link it.
+find_package(CLI11 REQUIRED)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(EDIT REQUIRED IMPORTED_TARGET libedit)
+pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
+
+set(LUMORA_SHELL_PATH "${CMAKE_BINARY_DIR}/bin/lumora")
+lumora_glob(_shell_sources shell/*.cpp)
+list(FILTER _shell_sources EXCLUDE REGEX "/main\\.cpp$")
+
+if(_shell_sources)
+    add_library(room_shell STATIC ${_shell_sources})
+    set(_scope PUBLIC)
+    target_link_libraries(room_shell PRIVATE lumora_warnings)
+else()
+    add_library(room_shell INTERFACE)
+    set(_scope INTERFACE)
+endif()
+target_include_directories(room_shell ${_scope} "${CMAKE_SOURCE_DIR}/shell")
+target_compile_definitions(room_shell ${_scope} LUMORA_VERSION="${PROJECT_VERSION}")
+target_link_libraries(room_shell ${_scope}
+    LShared fmt::fmt nlohmann_json::nlohmann_json CLI11::CLI11 PkgConfig::EDIT PkgConfig::UTF8PROC
+    Threads::Threads ${CMAKE_DL_LIBS})
+
+if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp")
+    add_executable(lumora "${CMAKE_SOURCE_DIR}/shell/main.cpp")
+    target_link_libraries(lumora PRIVATE room_shell lumora_warnings)
+endif()
+# main.cpp may arrive later: its folder is looked at again at every build.
+lumora_glob(_shell_main shell/main.cpp)

@@ -1,0 +1,87 @@
+# Test executables, one ctest entry each. Labels: unit, contract, load, stress, replay, and threaded for
+# those whose file or folder name says thread, stress or concurren; these are what the tsan build runs.
+find_package(GTest REQUIRED)
+
+lumora_glob(_support_sources tests/support/*.cpp)
+if(_support_sources)
+    add_library(test_support STATIC ${_support_sources})
+    set(_scope PUBLIC)
+    target_link_libraries(test_support PRIVATE lumora_warnings)
+else()
+    add_library(test_support INTERFACE)
+    set(_scope INTERFACE)
+endif()
+# Support sees the rooms' headers for the inline handle types alone: executables that load the extension
+# link no room.
+target_include_directories(test_support ${_scope} "${CMAKE_SOURCE_DIR}/tests" "${CMAKE_SOURCE_DIR}/src")
+target_link_libraries(test_support ${_scope}
+    LShared DuckDB::DuckDB fmt::fmt nlohmann_json::nlohmann_json GTest::gmock Threads::Threads ${CMAKE_DL_LIBS})
+target_compile_definitions(test_support ${_scope}
+    LUMORA_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
+    LUMORA_EXTENSION_PATH="${LUMORA_EXTENSION_PATH}"
+    LUMORA_SHELL_PATH="${LUMORA_SHELL_PATH}"
+    LUMORA_FLIGHTS_PATH="${CMAKE_SOURCE_DIR}/build/deps/data/flights-3m.parquet")
+
+add_custom_target(threaded_tests COMMENT "Tests that run more than one thread")
+
+# lumora_test(name label timeout LIBRARIES ... SOURCES ...)
+function(lumora_test name label timeout)
+    cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} test_support GTest::gtest_main lumora_warnings)
+    foreach(used IN ITEMS lumora_duckdb lumora)
+        if(TARGET ${used} AND NOT label STREQUAL "unit")
+            add_dependencies(${name} ${used})
+        endif()
+    endforeach()
+    set(labels ${label})
+    string(REPLACE "${CMAKE_SOURCE_DIR}/" "" relative "${ARG_SOURCES}")
+    string(TOLOWER "${relative}" relative)
+    if(relative MATCHES "thread|stress|concurren")
+        list(APPEND labels threaded)
+        add_dependencies(threaded_tests ${name})
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        LABELS "${labels}" TIMEOUT ${timeout} ENVIRONMENT "${LUMORA_TEST_ENVIRONMENT}")
+endfunction()
+
+# --- unit: one executable a room ------------------------------------------------------------------------
+foreach(_room IN ITEMS host duckdb_c cursor statement database procedures extension shell)
+    lumora_glob(_sources tests/unit/${_room}/*.cpp)
+    if(_sources)
+        set(_libraries room_${_room})
+        if(_room STREQUAL "host")
+            set(_libraries LShared)
+        endif()
+        lumora_test(unit_${_room} unit 900 LIBRARIES ${_libraries} SOURCES ${_sources})
+    endif()
+endforeach()
+
+# --- contract: one executable a folder, through the loaded library ---------------------------------------
+lumora_glob(_contract_sources tests/contract/*/*.cpp)
+set(_contract_names "")
+foreach(_source IN LISTS _contract_sources)
+    get_filename_component(_folder "${_source}" DIRECTORY)
+    get_filename_component(_name "${_folder}" NAME)
+    list(APPEND _contract_names ${_name})
+    list(APPEND _contract_${_name} "${_source}")
+endforeach()
+list(REMOVE_DUPLICATES _contract_names)
+foreach(_name IN LISTS _contract_names)
+    lumora_test(contract_${_name} contract 1200 SOURCES ${_contract_${_name}})
+endforeach()
+
+# --- load: entry points, exports, double init, load and unload -------------------------------------------
+lumora_glob(_sources tests/load/*.cpp)
+if(_sources)
+    lumora_test(load_tests load 900 SOURCES ${_sources})
+endif()
+
+# --- stress: one executable a file -----------------------------------------------------------------------
+lumora_glob(_sources tests/stress/*.cpp)
+foreach(_source IN LISTS _sources)
+    get_filename_component(_name "${_source}" NAME_WE)
+    lumora_test(stress_${_name} stress 1800 LIBRARIES ${LUMORA_ROOMS} SOURCES "${_source}")
+endforeach()

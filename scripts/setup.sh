@@ -1,0 +1,159 @@
+#!/usr/bin/env bash
+# Brings a fresh Debian 12 machine to the point where this tree builds: Debian's packages and the pinned
+# files out of npm packages. It may be run any number of times and is quick when nothing is missing.
+#
+#   scripts/setup.sh [--data] [--group NAME]...
+#
+#   --data        also the flights data set that `make run` and `make bench` read
+#   --group NAME  also the packages of that group of scripts/packages.txt
+#
+# LUMORA_DUCKDB_ROOT: a prefix with include/duckdb.h and lib/libduckdb.so; no DuckDB is downloaded then.
+set -euo pipefail
+
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+deps="$root/build/deps"
+groups=" "
+want_data=no
+
+fail() {
+    printf 'setup: %s\n' "$@" >&2
+    exit 1
+}
+
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --data) want_data=yes ;;
+        --group)
+            [ $# -ge 2 ] || fail "--group needs a name"
+            groups="$groups$2 "
+            shift
+            ;;
+        *) fail "unknown option $1" "usage: scripts/setup.sh [--data] [--group NAME]..." ;;
+    esac
+    shift
+done
+
+# --- Debian packages ----------------------------------------------------------------------------------
+
+# Prints the pins that this machine does not satisfy, one a line.
+missing_packages() {
+    local installed pin word name pattern wanted
+    # shellcheck disable=SC2016
+    installed="$(dpkg-query -W -f '${binary:Package} ${db:Status-Status} ${Version}\n' 2>/dev/null |
+        sed 's/^\([^ :]*\):[^ ]*/\1/')"
+    while read -r pin rest; do
+        case "$pin" in '' | '#'*) continue ;; esac
+        wanted=yes
+        for word in $rest; do
+            case "$word" in
+                unless:*) ! command -v "${word#unless:}" >/dev/null || wanted=no ;;
+                group:*) case "$groups" in *" ${word#group:} "*) ;; *) wanted=no ;; esac ;;
+                *) fail "scripts/packages.txt: '$word' is not understood" ;;
+            esac
+        done
+        [ "$wanted" = yes ] || continue
+        name="${pin%%=*}"
+        pattern="${pin#*=}"
+        if ! installed_as "$name" "$pattern" <<<"$installed"; then echo "$pin"; fi
+    done <"$root/scripts/packages.txt"
+}
+
+# installed_as NAME PATTERN: is NAME in the list on standard input, in a version that the pattern takes?
+installed_as() {
+    local name status version
+    while read -r name status version; do
+        # shellcheck disable=SC2053
+        if [ "$name" = "$1" ] && [ "$status" = installed ] && [[ $version == $2 ]]; then return 0; fi
+    done
+    return 1
+}
+
+install_packages() {
+    command -v dpkg-query >/dev/null ||
+        fail "this is no Debian system; install what scripts/packages.txt lists by other means, then set LUMORA_SKIP_PACKAGES=1"
+    local pins
+    mapfile -t pins < <(missing_packages)
+    [ ${#pins[@]} -gt 0 ] || return 0
+    echo "setup: installing ${pins[*]}"
+    local as_root=()
+    if [ "$(id -u)" != 0 ]; then
+        command -v sudo >/dev/null || fail "not root and no sudo; as root run: apt-get install ${pins[*]}"
+        as_root=(sudo)
+    fi
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600)
+    "${apt[@]}" update ||
+        fail "apt-get update failed: check the machine's package sources and network, then run this again"
+    "${apt[@]}" install -y --no-install-recommends --allow-downgrades "${pins[@]}" ||
+        fail "apt-get could not install: ${pins[*]}" \
+            "Debian 12's package sources must be set up. Where a version is no longer there, change the pin in scripts/packages.txt and build from nothing."
+}
+
+# --- files out of npm packages --------------------------------------------------------------------------
+
+# fetch_package KEY: makes sure that the files of that entry of npm-packages.txt are under build/deps.
+fetch_package() {
+    local key="$1" entry name version integrity member target stamp
+    entry="$(awk -v key="$key" '$1 == key { print $2, $3, $4; getline; print $1, $2 }' \
+        "$root/scripts/npm-packages.txt")"
+    [ -n "$entry" ] || return 2
+    read -r name version integrity <<<"$(sed -n 1p <<<"$entry")"
+    read -r member target <<<"$(sed -n 2p <<<"$entry")"
+    stamp="$deps/.$key"
+    if [ -f "$deps/$target" ] && [ "$(cat "$stamp" 2>/dev/null)" = "$version $integrity" ]; then
+        return 0
+    fi
+    command -v npm >/dev/null || fail "npm is needed to fetch $name@$version and is not there"
+    echo "setup: fetching $name@$version"
+    mkdir -p "$deps"
+    local work
+    work="$(mktemp -d "$deps/.fetch.XXXXXX")"
+    # shellcheck disable=SC2064
+    trap "rm -rf '$work'" EXIT
+    (cd "$work" && npm pack --silent --ignore-scripts "$name@$version" >/dev/null) ||
+        fail "npm could not fetch $name@$version" \
+            "check with: npm view $name@$version" \
+            "$(advice_without "$key")"
+    local archives=("$work"/*.tgz)
+    check_integrity "${archives[0]}" "$integrity" ||
+        fail "$name@$version is not the archive that scripts/npm-packages.txt pins ($integrity)" \
+            "clear npm's cache (npm cache clean --force) and try again; if it stays so, do not use what the registry serves"
+    tar -xzf "${archives[0]}" -C "$work" "$member" ||
+        fail "$name@$version holds no $member"
+    mkdir -p "$(dirname "$deps/$target")"
+    touch "$work/$member"
+    mv -f "$work/$member" "$deps/$target"
+    echo "$version $integrity" >"$stamp"
+    rm -rf "$work"
+    trap - EXIT
+}
+
+# check_integrity FILE sha512-BASE64
+check_integrity() {
+    local expected actual
+    expected="$(printf %s "${2#sha512-}" | base64 -d | od -An -v -tx1 | tr -d ' \n')"
+    actual="$(sha512sum "$1" | cut -d' ' -f1)"
+    [ -n "$expected" ] && [ "$expected" = "$actual" ]
+}
+
+advice_without() {
+    case "$1" in
+        data) echo "without it \`make run\` and \`make bench\` cannot work; everything else can" ;;
+        *) echo "or set LUMORA_DUCKDB_ROOT to a prefix with include/duckdb.h and lib/libduckdb.so (1.5 or newer)" ;;
+    esac
+}
+
+fetch_duckdb() {
+    if [ -n "${LUMORA_DUCKDB_ROOT:-}" ]; then
+        [ -f "$LUMORA_DUCKDB_ROOT/include/duckdb.h" ] ||
+            fail "LUMORA_DUCKDB_ROOT is $LUMORA_DUCKDB_ROOT, which has no include/duckdb.h"
+        return 0
+    fi
+    fetch_package "duckdb-library-$(uname -m)" ||
+        fail "no DuckDB library is pinned for a $(uname -m) machine in scripts/npm-packages.txt" \
+            "$(advice_without duckdb)"
+    fetch_package duckdb-header
+}
+
+[ -n "${LUMORA_SKIP_PACKAGES:-}" ] || install_packages
+fetch_duckdb
+[ "$want_data" = no ] || fetch_package data
