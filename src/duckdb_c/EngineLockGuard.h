@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tarn/EngineLock.h"
+
+namespace lumora {
+
+// Holds the host's engine lock for one operation. It is re-entrant: on a thread that already holds
+// the lock, on a diagnostic thread, and when the host has no lock, the guard does nothing.
+class EngineLockGuard {
+ public:
+  EngineLockGuard();
+  ~EngineLockGuard();
+  EngineLockGuard(EngineLockGuard const&) = delete;
+  EngineLockGuard& operator=(EngineLockGuard const&) = delete;
+
+ private:
+  tarn::Thread_Mutex_Win* mMutex = nullptr;
+};
+
+}  // namespace lumora

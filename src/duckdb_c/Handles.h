@@ -1,0 +1,121 @@
+#pragma once
+
+#include <duckdb.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+// One owner for every DuckDB handle. No other file of src/ or shell/ calls a DuckDB release
+// function.
+namespace lumora::duckdb_c {
+
+// Owns one handle, or none (the zeroed handle). The release functions accept the zeroed handle.
+template <typename T, void (*TRelease)(T*)>
+class Handle {
+ public:
+  Handle() noexcept = default;
+  explicit Handle(T inHandle) noexcept : mHandle(inHandle) {}
+  Handle(Handle&& ioOther) noexcept : mHandle(std::exchange(ioOther.mHandle, T{})) {}
+  Handle& operator=(Handle&& ioOther) noexcept {
+    if (this != &ioOther) {
+      reset();
+      mHandle = std::exchange(ioOther.mHandle, T{});
+    }
+    return *this;
+  }
+  Handle(Handle const&) = delete;
+  Handle& operator=(Handle const&) = delete;
+  ~Handle() { reset(); }
+
+  // For an out-parameter: releases what is held, and hands the empty handle's address to the call
+  // that fills it.
+  T* out() noexcept {
+    reset();
+    return &mHandle;
+  }
+  T get() const noexcept { return mHandle; }
+  explicit operator bool() const noexcept { return mHandle != T{}; }
+
+  // Hands the handle to the caller, who releases it.
+  T release() noexcept { return std::exchange(mHandle, T{}); }
+  void reset() noexcept {
+    if (mHandle != T{}) TRelease(&mHandle);
+    mHandle = T{};
+  }
+
+ private:
+  T mHandle{};
+};
+
+// A duckdb_result is a record, not a pointer, and holds an error text after a failed query too:
+// it is destroyed whatever the query said.
+class ResultHandle {
+ public:
+  ResultHandle() noexcept = default;
+  // Takes over a result; the caller's record must not be destroyed any more.
+  explicit ResultHandle(duckdb_result const& inResult) noexcept : mResult(inResult) {}
+  ResultHandle(ResultHandle&& ioOther) noexcept : mResult(ioOther.release()) {}
+  ResultHandle& operator=(ResultHandle&& ioOther) noexcept {
+    if (this != &ioOther) {
+      reset();
+      mResult = ioOther.release();
+    }
+    return *this;
+  }
+  ResultHandle(ResultHandle const&) = delete;
+  ResultHandle& operator=(ResultHandle const&) = delete;
+  ~ResultHandle() { reset(); }
+
+  duckdb_result* out() noexcept {
+    reset();
+    return &mResult;
+  }
+  duckdb_result* ptr() noexcept { return &mResult; }
+  duckdb_result const& get() const noexcept { return mResult; }
+  // False before a query filled it, and after release or reset.
+  explicit operator bool() const noexcept { return mResult.internal_data != nullptr; }
+
+  duckdb_result release() noexcept { return std::exchange(mResult, duckdb_result{}); }
+  void reset() noexcept {
+    if (mResult.internal_data) duckdb_destroy_result(&mResult);
+    mResult = duckdb_result{};
+  }
+
+ private:
+  duckdb_result mResult{};
+};
+
+namespace detail {
+inline void FreeText(char** ioText) noexcept { duckdb_free(*ioText); }
+inline void FreeBytes(void** ioBytes) noexcept { duckdb_free(*ioBytes); }
+inline void FreeSelection(duckdb_selection_vector* ioSelection) noexcept {
+  duckdb_destroy_selection_vector(*ioSelection);
+}
+inline void DestroyAppender(duckdb_appender* ioAppender) noexcept {
+  duckdb_appender_destroy(ioAppender);
+}
+}  // namespace detail
+
+using DatabaseHandle = Handle<duckdb_database, duckdb_close>;
+using ConnectionHandle = Handle<duckdb_connection, duckdb_disconnect>;
+using ConfigHandle = Handle<duckdb_config, duckdb_destroy_config>;
+using PreparedHandle = Handle<duckdb_prepared_statement, duckdb_destroy_prepare>;
+using ExtractedHandle = Handle<duckdb_extracted_statements, duckdb_destroy_extracted>;
+using ChunkHandle = Handle<duckdb_data_chunk, duckdb_destroy_data_chunk>;
+using ValueHandle = Handle<duckdb_value, duckdb_destroy_value>;
+using LogicalTypeHandle = Handle<duckdb_logical_type, duckdb_destroy_logical_type>;
+using VectorHandle = Handle<duckdb_vector, duckdb_destroy_vector>;
+using SelectionHandle = Handle<duckdb_selection_vector, detail::FreeSelection>;
+using TableFunctionHandle = Handle<duckdb_table_function, duckdb_destroy_table_function>;
+using AppenderHandle = Handle<duckdb_appender, detail::DestroyAppender>;
+using ErrorDataHandle = Handle<duckdb_error_data, duckdb_destroy_error_data>;
+using TextHandle = Handle<char*, detail::FreeText>;    // a text that DuckDB allocated
+using BytesHandle = Handle<void*, detail::FreeBytes>;  // bytes that DuckDB allocated
+
+// DuckDB's text, or the other one when DuckDB gives none or an empty one.
+inline std::string TextOr(char const* inText, char const* inOtherwise) {
+  return inText && *inText ? inText : inOtherwise;
+}
+
+}  // namespace lumora::duckdb_c
