@@ -20,7 +20,7 @@ endif()
 target_include_directories(room_shell ${_scope} "${CMAKE_SOURCE_DIR}/shell")
 target_compile_definitions(room_shell ${_scope} LUMORA_VERSION="${PROJECT_VERSION}")
 target_link_libraries(room_shell ${_scope}
-    LShared fmt::fmt nlohmann_json::nlohmann_json CLI11::CLI11 PkgConfig::EDIT PkgConfig::UTF8PROC
+    LShared lumora_fmt nlohmann_json::nlohmann_json CLI11::CLI11 PkgConfig::EDIT PkgConfig::UTF8PROC
     Threads::Threads ${CMAKE_DL_LIBS})
 
 if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp")

@@ -15,7 +15,7 @@ endif()
 # link no room.
 target_include_directories(test_support ${_scope} "${CMAKE_SOURCE_DIR}/tests" "${CMAKE_SOURCE_DIR}/src")
 target_link_libraries(test_support ${_scope}
-    LShared DuckDB::DuckDB fmt::fmt nlohmann_json::nlohmann_json GTest::gmock Threads::Threads ${CMAKE_DL_LIBS})
+    LShared DuckDB::DuckDB lumora_fmt nlohmann_json::nlohmann_json GTest::gmock Threads::Threads ${CMAKE_DL_LIBS})
 target_compile_definitions(test_support ${_scope}
     LUMORA_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
     LUMORA_EXTENSION_PATH="${LUMORA_EXTENSION_PATH}"

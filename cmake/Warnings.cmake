@@ -15,14 +15,13 @@ else()
     endif()
 endif()
 
-# lumora_link_complete(target): a shared library that leaves no symbol to chance, and shows nothing of the
-# static libraries inside it. Clang's sanitizer run time lives in the executable, so there a library
-# cannot be complete.
+# lumora_link_complete(target): a shared library that leaves no symbol to chance. Clang's sanitizer run time
+# lives in the executable, so there a library cannot be complete.
 function(lumora_link_complete target)
     if(WIN32 OR APPLE)
         return()
     endif()
-    target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now" "LINKER:--exclude-libs,ALL")
+    target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now")
     if(NOT (CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND LUMORA_SANITIZE))
         target_link_options(${target} PRIVATE "LINKER:--no-undefined")
     endif()
