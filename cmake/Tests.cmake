@@ -22,6 +22,14 @@ target_compile_definitions(test_support ${_scope}
     LUMORA_SHELL_PATH="${LUMORA_SHELL_PATH}"
     LUMORA_FLIGHTS_PATH="${CMAKE_SOURCE_DIR}/build/deps/data/flights-3m.parquet")
 
+# Tests are compiled without optimisation, which halves their build and costs nothing that matters: what they
+# call is optimised. There is no precompiled header: it saves a third of a cold compile, but ccache could then
+# not serve one checkout with what another one compiled, which saves nearly all of it.
+add_library(test_options INTERFACE)
+if(NOT MSVC)
+    target_compile_options(test_options INTERFACE -O0 -U_FORTIFY_SOURCE)
+endif()
+
 add_custom_target(threaded_tests COMMENT "Tests that run more than one thread")
 
 # lumora_test(name label timeout LIBRARIES ... SOURCES ...)
@@ -29,7 +37,7 @@ function(lumora_test name label timeout)
     cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} test_support GTest::gtest_main lumora_warnings)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} test_support GTest::gtest_main test_options lumora_warnings)
     foreach(used IN ITEMS lumora_duckdb lumora)
         if(TARGET ${used} AND NOT label STREQUAL "unit")
             add_dependencies(${name} ${used})
