@@ -10,10 +10,13 @@ SHELL := /bin/bash
 .DEFAULT_GOAL := build
 MAKEFLAGS += --no-print-directory
 
+# Python leaves no compiled files in the tree.
+export PYTHONDONTWRITEBYTECODE := 1
+
 build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
 ctest_with = cd '$(root)' && ctest --preset $(1) -j $(JOBS) $(2)
 
-.PHONY: help setup setup-data build run test rules lint asan tsan fuzz bench soak coverage install clean
+.PHONY: help setup setup-data build run test rules format lint asan tsan fuzz bench soak coverage install clean
 
 help: ## this list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' '$(root)/Makefile'
@@ -54,10 +57,15 @@ tsan: setup $(root)/build/tsan/build.ninja ## the threaded suites under the thre
 	@$(call build_with,tsan,--target threaded_tests)
 	@$(call ctest_with,tsan)
 
-rules: setup
-	@echo "rules: none yet"
+rules: setup ## the rules of the tree
+	@python3 '$(root)/scripts/check_tree_test.py' --quiet
+	@python3 '$(root)/scripts/check_tree.py'
+
+format: setup ## bring all sources into shape
+	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 -i
 
 lint: rules ## tree rules, formatting and static checks
+	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 --dry-run -Werror
 
 fuzz: setup $(root)/build/fuzz/build.ninja ## every fuzzer for FUZZ_SECONDS each
 	@$(call build_with,fuzz,--target fuzzers)
