@@ -1,0 +1,169 @@
+#include "cursor/ColumnReader.h"
+
+#include <array>
+#include <utility>
+
+#include "cursor/ValueConversion.h"
+
+namespace lumora {
+
+namespace {
+
+template <typename T>
+T const& Cell(ColumnData const& inColumn, idx_t inRow) {
+  return static_cast<T const*>(inColumn.mValues)[inRow];
+}
+
+template <typename TStored, typename THost, auto TMake>
+ValuePtr ReadScalar(ColumnData& ioColumn, idx_t inRow) {
+  return TMake(static_cast<THost>(Cell<TStored>(ioColumn, inRow)));
+}
+
+ValuePtr ReadNull(ColumnData&, idx_t) { return MakeNullValue(); }
+
+ValuePtr ReadBlob(ColumnData& ioColumn, idx_t inRow) {
+  auto text = Cell<duckdb_string_t>(ioColumn, inRow);
+  return MakeBlobValue(duckdb_string_t_data(&text), duckdb_string_t_length(text));
+}
+
+// DuckDB divides by the power of ten where the digits fit into a double, and converts whole part
+// and fraction apart where they do not.
+template <typename T>
+double DecimalToDouble(T inDigits, std::uint8_t inScale) {
+  static constexpr std::int64_t kPowers[] = {1,
+                                             10,
+                                             100,
+                                             1000,
+                                             10000,
+                                             100000,
+                                             1000000,
+                                             10000000,
+                                             100000000,
+                                             1000000000,
+                                             10000000000,
+                                             100000000000,
+                                             1000000000000,
+                                             10000000000000,
+                                             100000000000000,
+                                             1000000000000000,
+                                             10000000000000000,
+                                             100000000000000000,
+                                             1000000000000000000};
+  std::int64_t const power = kPowers[inScale];
+  std::int64_t const digits = inDigits;
+  constexpr std::int64_t kExact = std::int64_t{1} << 53;
+  if (inScale == 0 || (digits >= -kExact && digits <= kExact)) {
+    return static_cast<double>(digits) / static_cast<double>(power);
+  }
+  return static_cast<double>(digits / power) +
+         static_cast<double>(digits % power) / static_cast<double>(power);
+}
+
+template <typename T>
+ValuePtr ReadDecimal(ColumnData& ioColumn, idx_t inRow) {
+  return MakeDoubleValue(DecimalToDouble(Cell<T>(ioColumn, inRow), ioColumn.mScale));
+}
+
+ValuePtr ReadRendered(ColumnData& ioColumn, idx_t inRow) {
+  if (!ioColumn.mIsRendered) {
+    ioColumn.mText = duckdb_c::RenderColumn(
+        ioColumn.mVector, duckdb_data_chunk_get_size(ioColumn.mChunk), duckdb_c::Rendering::kText);
+    ioColumn.mIsRendered = true;
+  }
+  if (!ioColumn.mText || ioColumn.mText.IsNull(inRow)) return ReadByDefinition(ioColumn, inRow);
+  return MakeStringValue(ioColumn.mText.get_Text(inRow));
+}
+
+constexpr auto kReaders = [] {
+  std::array<ReadFunction, duckdb_c::kTypeVariant + 1> table{};
+  table[DUCKDB_TYPE_BOOLEAN] = ReadScalar<bool, bool, MakeBooleanValue>;
+  table[DUCKDB_TYPE_TINYINT] = ReadScalar<std::int8_t, std::int16_t, MakeShortValue>;
+  table[DUCKDB_TYPE_SMALLINT] = ReadScalar<std::int16_t, std::int16_t, MakeShortValue>;
+  table[DUCKDB_TYPE_INTEGER] = ReadScalar<std::int32_t, std::int32_t, MakeLongValue>;
+  table[DUCKDB_TYPE_BIGINT] = ReadScalar<std::int64_t, std::int64_t, MakeLLongValue>;
+  table[DUCKDB_TYPE_UTINYINT] = ReadScalar<std::uint8_t, std::uint8_t, MakeByteValue>;
+  table[DUCKDB_TYPE_USMALLINT] = ReadScalar<std::uint16_t, std::uint16_t, MakeUShortValue>;
+  table[DUCKDB_TYPE_UINTEGER] = ReadScalar<std::uint32_t, std::uint32_t, MakeULongValue>;
+  table[DUCKDB_TYPE_UBIGINT] = ReadScalar<std::uint64_t, std::uint64_t, MakeULLongValue>;
+  table[DUCKDB_TYPE_FLOAT] = ReadScalar<float, float, MakeFloatValue>;
+  table[DUCKDB_TYPE_DOUBLE] = ReadScalar<double, double, MakeDoubleValue>;
+  table[DUCKDB_TYPE_BLOB] = ReadBlob;
+  table[DUCKDB_TYPE_SQLNULL] = ReadNull;
+  table[duckdb_c::kTypeVariant] = ReadVariant;
+  return table;
+}();
+
+ReadFunction FindDecimalReader(duckdb_logical_type inType) {
+  switch (duckdb_decimal_internal_type(inType)) {
+    case DUCKDB_TYPE_SMALLINT:
+      return ReadDecimal<std::int16_t>;
+    case DUCKDB_TYPE_INTEGER:
+      return ReadDecimal<std::int32_t>;
+    case DUCKDB_TYPE_BIGINT:
+      return ReadDecimal<std::int64_t>;
+    default:
+      return ReadByDefinition;
+  }
+}
+
+template <typename T>
+ValuePtr ReadEnum(ColumnData& ioColumn, idx_t inRow) {
+  idx_t const index = Cell<T>(ioColumn, inRow);
+  if (index >= ioColumn.mLabels.size()) return ReadByDefinition(ioColumn, inRow);
+  std::optional<tarn::String>& label = ioColumn.mLabels[index];
+  if (!label) {
+    duckdb_c::TextHandle const text(duckdb_enum_dictionary_value(ioColumn.mEnum.get(), index));
+    label.emplace(text.get());
+  }
+  return MakeStringValue(tarn::String(*label));
+}
+
+ReadFunction FindEnumReader(duckdb_logical_type inType) {
+  switch (duckdb_enum_internal_type(inType)) {
+    case DUCKDB_TYPE_UTINYINT:
+      return ReadEnum<std::uint8_t>;
+    case DUCKDB_TYPE_USMALLINT:
+      return ReadEnum<std::uint16_t>;
+    case DUCKDB_TYPE_UINTEGER:
+      return ReadEnum<std::uint32_t>;
+    default:
+      return ReadRendered;
+  }
+}
+
+ReadFunction FindReader(duckdb_c::TypeId inTypeId, duckdb_logical_type inType) {
+  if (inTypeId == DUCKDB_TYPE_DECIMAL) return FindDecimalReader(inType);
+  if (inTypeId == DUCKDB_TYPE_ENUM) return FindEnumReader(inType);
+  if (inTypeId < kReaders.size() && kReaders[inTypeId]) return kReaders[inTypeId];
+  if (ReadFunction const read = FindTextReader(inTypeId)) return read;
+  return ReadRendered;
+}
+
+}  // namespace
+
+ColumnReader::ColumnReader(duckdb_c::LogicalTypeHandle&& ioType, idx_t inColumn) {
+  duckdb_logical_type const type = ioType.get();
+  mData.mColumn = inColumn;
+  mData.mType = duckdb_c::GetTypeId(type);
+  mRead = FindReader(mData.mType, type);
+  if (mData.mType == DUCKDB_TYPE_DECIMAL) mData.mScale = duckdb_decimal_scale(type);
+  if (mData.mType == DUCKDB_TYPE_ENUM) {
+    mData.mLabels.resize(duckdb_enum_dictionary_size(type));
+    mData.mEnum = std::move(ioType);
+  }
+}
+
+void ColumnReader::put_Chunk(duckdb_data_chunk inChunk) {
+  mData.mChunk = inChunk;
+  mData.mVector = inChunk ? duckdb_data_chunk_get_vector(inChunk, mData.mColumn) : nullptr;
+  mData.mValues = mData.mVector ? duckdb_vector_get_data(mData.mVector) : nullptr;
+  mData.mValidity = mData.mVector ? duckdb_vector_get_validity(mData.mVector) : nullptr;
+  if (mData.mIsRendered) mData.mText = {};
+  mData.mIsRendered = false;
+}
+
+ValuePtr ReadByDefinition(ColumnData& ioColumn, idx_t inRow) {
+  return ConvertCell(ioColumn.mChunk, ioColumn.mColumn, inRow, ioColumn.mType);
+}
+
+}  // namespace lumora

@@ -1,0 +1,170 @@
+#include "cursor/DuckDBCursor_imp.h"
+
+#include <utility>
+
+#include "cursor/CursorErrors.h"
+#include "duckdb_c/EngineLockGuard.h"
+#include "duckdb_c/Types.h"
+#include "duckdb_c/duckdb_completion.h"
+#include "tarn/Converter.h"
+#include "tarn/Exceptions.h"
+
+namespace tarn::lsql {
+
+using lumora::EngineLockGuard;
+using lumora::I_DatabaseLink;
+namespace duckdb_c = lumora::duckdb_c;
+namespace errors = lumora::cursor_errors;
+
+namespace {
+
+String FromUTF8(char const* inText) {
+  return inText ? StToUTF16(inText, -1, GetConverter_UTF8()) : String();
+}
+
+String TypeName(duckdb_logical_type inType) {
+  duckdb_c::TextHandle const text(duckdb_logical_type_to_string(inType));
+  return FromUTF8(text.get());
+}
+
+template <typename T>
+std::ptrdiff_t PluginDistance(T* inObject) {
+  return reinterpret_cast<char*>(static_cast<ForeignPlugin_imp*>(inObject)) -
+         reinterpret_cast<char*>(inObject);
+}
+
+}  // namespace
+
+DuckDBCursor_imp::DuckDBCursor_imp(I_DatabaseLink* inDatabase, duckdb_c::ResultHandle&& ioResult)
+    : mDatabase(inDatabase), mResult(std::move(ioResult)) {
+  EngineLockGuard guard;
+  CheckValid();
+  ReadColumns();
+  // Last, so that a failure above leaves nothing in the registry.
+  inDatabase->get_Interface().RegisterCursor(this);
+}
+
+// The last Release has detached already; this is for a subclass whose constructor threw.
+DuckDBCursor_imp::~DuckDBCursor_imp() {
+  EngineLockGuard guard;
+  Detach();
+}
+
+void DuckDBCursor_imp::ReadColumns() {
+  idx_t const count = duckdb_column_count(mResult.ptr());
+  mColumnNames.reserve(count);
+  mColumnTypeNames.reserve(count);
+  mColumnTypes.reserve(count);
+  mReaders.reserve(count);
+  for (idx_t i = 0; i < count; ++i) {
+    duckdb_c::LogicalTypeHandle type(duckdb_column_logical_type(mResult.ptr(), i));
+    mColumnNames.push_back(FromUTF8(duckdb_column_name(mResult.ptr(), i)));
+    mColumnTypeNames.push_back(TypeName(type.get()));
+    mColumnTypes.push_back(duckdb_c::GetColumnTypeId(mResult.ptr(), i));
+    mReaders.emplace_back(std::move(type), i);
+  }
+}
+
+std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.Increment(); }
+
+std::uint32_t DuckDBCursor_imp::Release() {
+  std::uint32_t const count = mRefCount.Decrement();
+  if (count == 0) {
+    {
+      EngineLockGuard guard;
+      Detach();
+    }
+    delete this;
+  }
+  return count;
+}
+
+void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
+  static INTERFACE_ITEM const sTable[] = {
+      {kIID_DuckDBCursor, 0}, {kIID_ForeignPlugin, PluginDistance(this)}, {0, 0}};
+  return InterfaceTableQueryInterface(this, inInterfaceId, sTable);
+}
+
+std::uint32_t DuckDBCursor_imp::get_RefsCount() const { return mRefCount.get(); }
+
+std::uint32_t DuckDBCursor_imp::get_ColumnCount() const {
+  return static_cast<std::uint32_t>(mColumnNames.size());
+}
+
+String const& DuckDBCursor_imp::get_ColumnName(std::uint32_t inColumnIndex) const {
+  return inColumnIndex < mColumnNames.size() ? mColumnNames[inColumnIndex] : String::sEmpty;
+}
+
+String const& DuckDBCursor_imp::get_ColumnTypeName(std::uint32_t inColumnIndex) const {
+  return inColumnIndex < mColumnTypeNames.size() ? mColumnTypeNames[inColumnIndex] : String::sEmpty;
+}
+
+std::uint32_t DuckDBCursor_imp::get_ColumnType(std::uint32_t inColumnIndex) const {
+  return inColumnIndex < mColumnTypes.size() ? mColumnTypes[inColumnIndex] : 0;
+}
+
+smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() {
+  EngineLockGuard guard;
+  I_DatabaseLink* const database = mDatabase;
+  return database ? database->get_Self() : nullptr;
+}
+
+void DuckDBCursor_imp::Invalidate() {
+  EngineLockGuard guard;
+  mDatabase = nullptr;
+  mResultValid = false;
+  mResult.reset();
+}
+
+void DuckDBCursor_imp::Close() {
+  EngineLockGuard guard;
+  Detach();
+}
+
+void DuckDBCursor_imp::Detach() {
+  mResultValid = false;
+  mResult.reset();
+  if (I_DatabaseLink* const database = mDatabase.exchange(nullptr)) {
+    database->get_Interface().UnregisterCursor(this);
+  }
+}
+
+void DuckDBCursor_imp::CheckValid() const {
+  if (!mDatabase || !mResultValid) {
+    throw xDuckDBError(errors::kCode, errors::kUnknownDatabase, errors::kInvalid);
+  }
+}
+
+void DuckDBCursor_imp::CheckColumnIndex(std::uint32_t inColumnIndex) const {
+  if (inColumnIndex >= mColumnTypeNames.size()) Fail(errors::kColumnIndex);
+}
+
+void DuckDBCursor_imp::Fail(char const* inMessage) const {
+  EngineLockGuard guard;
+  CheckValid();  // the database may have closed since the caller looked
+  String const path = mDatabase.load()->get_Interface().get_Path();
+  throw xDuckDBError(errors::kCode, path.c_str(), String(inMessage).c_str());
+}
+
+duckdb_c::ChunkHandle DuckDBCursor_imp::FetchChunk() {
+  duckdb_c::ChunkHandle chunk(duckdb_fetch_chunk(mResult.get()));
+  idx_t const size = chunk ? duckdb_data_chunk_get_size(chunk.get()) : 0;
+  if (size == 0) {
+    chunk.reset();
+    CheckComplete();
+  }
+  mRowsFetched += size;
+  return chunk;
+}
+
+// duckdb_fetch_chunk answers a failure (no memory to read a spilled result back) as it answers the
+// end: with no chunk. A materialised result knows how many rows it has.
+void DuckDBCursor_imp::CheckComplete() {
+  if (char const* const text = duckdb_result_error(mResult.ptr()); text && *text) Fail(text);
+  if (!duckdb_result_is_streaming(mResult.get()) &&
+      mRowsFetched != duckdb_row_count(mResult.ptr())) {
+    Fail(errors::kCutShort);
+  }
+}
+
+}  // namespace tarn::lsql

@@ -1,0 +1,134 @@
+#include "cursor/ValueConversion.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <string_view>
+
+#include "cursor/VariantEnvelope.h"
+#include "duckdb_c/Handles.h"
+#include "duckdb_c/duckdb_completion.h"
+
+namespace lumora {
+
+namespace {
+
+using Conversion = ValuePtr (*)(duckdb_value);
+using VariantConversion = ValuePtr (*)(duckdb_value, std::uint32_t);
+
+template <auto TMake, auto TGet>
+ValuePtr Scalar(duckdb_value inValue) {
+  return TMake(TGet(inValue));
+}
+
+std::string GetText(duckdb_value inValue) {
+  duckdb_c::TextHandle const text(duckdb_get_varchar(inValue));
+  return text ? std::string(text.get()) : std::string();
+}
+
+ValuePtr Text(duckdb_value inValue) { return MakeStringValue(std::string_view(GetText(inValue))); }
+
+ValuePtr Null(duckdb_value) { return MakeNullValue(); }
+
+ValuePtr Blob(duckdb_value inValue) {
+  duckdb_blob const blob = duckdb_get_blob(inValue);
+  duckdb_c::BytesHandle const bytes(blob.data);
+  return MakeBlobValue(blob.data, blob.size);
+}
+
+// By DuckDB type identifier; what is not listed is text.
+constexpr auto kConversions = [] {
+  std::array<Conversion, duckdb_c::kTypeVariant> table{};
+  table.fill(Text);
+  table[DUCKDB_TYPE_BOOLEAN] = Scalar<MakeBooleanValue, duckdb_get_bool>;
+  table[DUCKDB_TYPE_TINYINT] = Scalar<MakeShortValue, duckdb_get_int16>;
+  table[DUCKDB_TYPE_SMALLINT] = Scalar<MakeShortValue, duckdb_get_int16>;
+  table[DUCKDB_TYPE_INTEGER] = Scalar<MakeLongValue, duckdb_get_int32>;
+  table[DUCKDB_TYPE_BIGINT] = Scalar<MakeLLongValue, duckdb_get_int64>;
+  table[DUCKDB_TYPE_UTINYINT] = Scalar<MakeByteValue, duckdb_get_uint8>;
+  table[DUCKDB_TYPE_USMALLINT] = Scalar<MakeUShortValue, duckdb_get_uint16>;
+  table[DUCKDB_TYPE_UINTEGER] = Scalar<MakeULongValue, duckdb_get_uint32>;
+  table[DUCKDB_TYPE_UBIGINT] = Scalar<MakeULLongValue, duckdb_get_uint64>;
+  table[DUCKDB_TYPE_FLOAT] = Scalar<MakeFloatValue, duckdb_get_float>;
+  table[DUCKDB_TYPE_DOUBLE] = Scalar<MakeDoubleValue, duckdb_get_double>;
+  table[DUCKDB_TYPE_DECIMAL] = Scalar<MakeDoubleValue, duckdb_get_double>;
+  table[DUCKDB_TYPE_BLOB] = Blob;
+  table[DUCKDB_TYPE_SQLNULL] = Null;
+  return table;
+}();
+
+template <Conversion TConvert>
+ValuePtr Typed(duckdb_value inChild, std::uint32_t) {
+  return TConvert(inChild);
+}
+
+template <bool TValue>
+ValuePtr Constant(duckdb_value, std::uint32_t) {
+  return MakeBooleanValue(TValue);
+}
+
+ValuePtr Int8(duckdb_value inChild, std::uint32_t inCode) {
+  return MakeVariantEnvelope(VariantTypeName(inCode),
+                             fmt::to_string(static_cast<int>(duckdb_get_int8(inChild))));
+}
+
+ValuePtr Envelope(duckdb_value inChild, std::uint32_t inCode) {
+  return MakeVariantEnvelope(VariantTypeName(inCode), GetText(inChild));
+}
+
+// By variant type code; what is not listed, and every code past the end, is an envelope.
+constexpr auto kVariantConversions = [] {
+  std::array<VariantConversion, kVariantCodes> table{};
+  table.fill(Envelope);
+  table[kVariantNull] = Typed<Null>;
+  table[kVariantTrue] = Constant<true>;
+  table[kVariantFalse] = Constant<false>;
+  table[kVariantInt8] = Int8;
+  table[4] = Typed<Scalar<MakeShortValue, duckdb_get_int16>>;
+  table[5] = Typed<Scalar<MakeLongValue, duckdb_get_int32>>;
+  table[6] = Typed<Scalar<MakeLLongValue, duckdb_get_int64>>;
+  table[8] = Typed<Scalar<MakeByteValue, duckdb_get_uint8>>;
+  table[9] = Typed<Scalar<MakeUShortValue, duckdb_get_uint16>>;
+  table[10] = Typed<Scalar<MakeULongValue, duckdb_get_uint32>>;
+  table[11] = Typed<Scalar<MakeULLongValue, duckdb_get_uint64>>;
+  table[13] = Typed<Scalar<MakeFloatValue, duckdb_get_float>>;
+  table[14] = Typed<Scalar<MakeDoubleValue, duckdb_get_double>>;
+  table[16] = Typed<Text>;
+  table[17] = Typed<Blob>;
+  table[19] = Typed<Scalar<MakeDateValue, duckdb_get_date>>;
+  table[kVariantTimestampMilis] = Typed<Scalar<MakeDateTimeValue, duckdb_get_timestamp>>;
+  return table;
+}();
+
+}  // namespace
+
+ValuePtr ConvertDuckDBValue(duckdb_value inValue, std::uint32_t const* inVariantType) {
+  if (!inValue || duckdb_is_null_value(inValue)) return MakeNullValue();
+  duckdb_c::TypeId const type = duckdb_c::GetValueTypeId(inValue);
+  if (type < kConversions.size()) return kConversions[type](inValue);
+  if (type == duckdb_c::kTypeVariant && inVariantType) {
+    duckdb_c::ValueHandle const child(duckdb_value_variant_child(inValue));
+    return ConvertVariantValue(child.get(), *inVariantType);
+  }
+  return Text(inValue);
+}
+
+ValuePtr ConvertVariantValue(duckdb_value inChild, std::uint32_t inVariantType) {
+  if (!inChild || duckdb_is_null_value(inChild)) return MakeNullValue();
+  if (inVariantType < kVariantConversions.size()) {
+    return kVariantConversions[inVariantType](inChild, inVariantType);
+  }
+  return Envelope(inChild, inVariantType);
+}
+
+ValuePtr ConvertCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow,
+                     duckdb_c::TypeId inType) {
+  duckdb_c::ValueHandle const value(duckdb_data_chunk_get_value(inChunk, inColumn, inRow));
+  if (!value || inType != duckdb_c::kTypeVariant) return ConvertDuckDBValue(value.get(), nullptr);
+  std::uint32_t const code = duckdb_value_variant_type(value.get());
+  // Signed: the "no code" of 2^32 - 1 counts as a code.
+  bool const hasCode = static_cast<std::int32_t>(code) < static_cast<std::int32_t>(kVariantCodes);
+  return ConvertDuckDBValue(value.get(), hasCode ? &code : nullptr);
+}
+
+}  // namespace lumora
