@@ -16,7 +16,7 @@ export PYTHONDONTWRITEBYTECODE := 1
 build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
 ctest_with = cd '$(root)' && ctest --preset $(1) -j $(JOBS) $(2)
 
-.PHONY: help setup setup-data build run test rules format lint asan tsan fuzz bench soak coverage install clean
+.PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage install clean
 
 help: ## this list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' '$(root)/Makefile'
@@ -60,6 +60,11 @@ tsan: setup $(root)/build/tsan/build.ninja ## the threaded suites under the thre
 rules: setup ## the rules of the tree
 	@python3 '$(root)/scripts/check_tree_test.py' --quiet
 	@python3 '$(root)/scripts/check_tree.py'
+	@python3 '$(root)/scripts/check_ledger_test.py' --quiet
+	@python3 '$(root)/scripts/check_ledger.py'
+
+ledger: setup ## write docs/duckdb-ledger.tsv anew, keeping the reasons
+	@python3 '$(root)/scripts/check_ledger.py' --update
 
 format: setup ## bring all sources into shape
 	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 -i
