@@ -69,8 +69,9 @@ ledger: setup ## write docs/duckdb-ledger.tsv anew, keeping the reasons
 format: setup ## bring all sources into shape
 	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 -i
 
-lint: rules ## tree rules, formatting and static checks
+lint: rules $(root)/build/asan/build.ninja ## tree rules, formatting and static checks
 	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 --dry-run -Werror
+	@'$(root)/scripts/lint.py' -j $(JOBS)
 
 fuzz: setup $(root)/build/fuzz/build.ninja ## every fuzzer for FUZZ_SECONDS each
 	@$(call build_with,fuzz,--target fuzzers)
@@ -79,6 +80,18 @@ fuzz: setup $(root)/build/fuzz/build.ninja ## every fuzzer for FUZZ_SECONDS each
 bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 	@$(call build_with,release,--target product benchmarks)
 	@'$(root)/scripts/bench.sh'
+
+# The soak is a stress test that runs for as long as LUMORA_SOAK_SECONDS says; in the suites it is short.
+soak: setup $(root)/build/release/build.ninja ## mixed operations from many threads for SOAK_SECONDS
+	@$(call build_with,release)
+	@LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) '$(root)/build/release/tests/stress_soak'
+
+coverage: $(root)/build/coverage/build.ninja ## lines and branches that the suites reach
+	@'$(root)/scripts/setup.sh' --group coverage
+	@find '$(root)/build/coverage' -name '*.gcda' -delete
+	@$(call build_with,coverage)
+	@$(call ctest_with,coverage)
+	@'$(root)/scripts/coverage.sh'
 
 install: build ## into PREFIX
 	@cmake --install '$(root)/build/release' --prefix '$(PREFIX)'

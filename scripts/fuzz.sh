@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Runs every fuzzer of build/fuzz for the given number of seconds, two at a time, on the kept corpus.
+# What it finds new stays in build/fuzz/corpus/<name>; an input that breaks something is left in
+# build/fuzz/findings/ and named at the end.
+#
+#   scripts/fuzz.sh SECONDS [NAME]...     NAME: only these (script_splitter, not fuzz_script_splitter)
+set -euo pipefail
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+seconds="${1:?usage: scripts/fuzz.sh SECONDS [NAME]...}"
+shift
+build="$root/build/fuzz"
+mkdir -p "$build/findings" "$build/log"
+
+names=("$@")
+if [ ${#names[@]} = 0 ]; then
+    for source in "$root"/fuzz/*.cpp; do
+        [ -e "$source" ] && names+=("$(basename "$source" .cpp)")
+    done
+fi
+[ ${#names[@]} -gt 0 ] || { echo "fuzz: there is no fuzzer" >&2; exit 1; }
+
+run_one() {
+    local name="$1" dictionary=()
+    local corpus="$build/corpus/$name" kept="$root/fuzz/corpus/$name"
+    mkdir -p "$corpus"
+    [ -d "$kept" ] || kept="$corpus"
+    [ ! -f "$root/fuzz/$name.dict" ] || dictionary=("-dict=$root/fuzz/$name.dict")
+    if "$build/fuzz/fuzz_$name" "-max_total_time=$seconds" -timeout=60 -rss_limit_mb=8192 \
+        -print_final_stats=1 "-artifact_prefix=$build/findings/$name-" "${dictionary[@]}" \
+        "$corpus" "$kept" >"$build/log/$name.log" 2>&1; then
+        echo "fuzz: $name: nothing found, $(sed -n 's/stat::number_of_executed_units: *//p' "$build/log/$name.log") inputs"
+    else
+        echo "fuzz: $name: FAILED, see build/fuzz/log/$name.log; inputs: build/fuzz/findings/$name-*"
+        tail -n 30 "$build/log/$name.log"
+        return 1
+    fi
+}
+export -f run_one
+export root build seconds
+export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1}"
+export ASAN_SYMBOLIZER_PATH="${ASAN_SYMBOLIZER_PATH:-$(command -v llvm-symbolizer-14 || true)}"
+printf '%s\n' "${names[@]}" | xargs -P 2 -I {} bash -c 'set -euo pipefail; run_one {}'
