@@ -1,0 +1,233 @@
+#include "duckdb_c/DatabaseFile.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+#include "duckdb_c/FileRegistry.h"
+
+namespace lumora::duckdb_c {
+
+namespace {
+
+using Busy = FileRegistry::Busy;
+
+// A database that no one else can mean: in memory, or somewhere behind an extension of DuckDB's.
+class PrivateUser final : public OpenDatabase {
+ public:
+  PrivateUser(DatabaseHandle inHandle, Access inAccess)
+      : mHandle(std::move(inHandle)), mAccess(inAccess) {}
+  duckdb_database get() const noexcept override { return mHandle.get(); }
+  Access get_Access() const noexcept override { return mAccess; }
+
+ private:
+  DatabaseHandle mHandle;
+  Access mAccess;
+};
+
+// One of the users of a file's shared read-write instance.
+class ReadWriteUser final : public OpenDatabase {
+ public:
+  ReadWriteUser(std::shared_ptr<FileRegistry> inRegistry, std::shared_ptr<OpenFile> inFile)
+      : mRegistry(std::move(inRegistry)), mFile(std::move(inFile)) {
+    mRegistry->AddUser(*mFile, true, 1);
+  }
+  ~ReadWriteUser() override {
+    auto const busy = mRegistry->Take(mFile);
+    if (mFile->mReadWriteUsers == 1) mFile->mReadWrite.reset();
+    mRegistry->AddUser(*mFile, true, -1);
+  }
+  duckdb_database get() const noexcept override { return mFile->mReadWrite.get(); }
+  Access get_Access() const noexcept override { return Access::kReadWrite; }
+
+ private:
+  std::shared_ptr<FileRegistry> mRegistry;
+  std::shared_ptr<OpenFile> mFile;
+};
+
+// A read-only instance of its own.
+class ReadOnlyUser final : public OpenDatabase {
+ public:
+  ReadOnlyUser(std::shared_ptr<FileRegistry> inRegistry, std::shared_ptr<OpenFile> inFile,
+               DatabaseHandle inHandle)
+      : mRegistry(std::move(inRegistry)), mFile(std::move(inFile)), mHandle(std::move(inHandle)) {
+    mRegistry->AddUser(*mFile, false, 1);
+  }
+  ~ReadOnlyUser() override {
+    auto const busy = mRegistry->Take(mFile);
+    bool const last = mFile->mReadOnlyUsers == 1;
+    if (mFile->mKeeper && !last) mFile->mKeeper->Cover();
+    mHandle.reset();
+    if (mFile->mKeeper && !last) mFile->mKeeper->Uncover();
+    if (last) mFile->mKeeper.reset();
+    mRegistry->AddUser(*mFile, false, -1);
+  }
+  duckdb_database get() const noexcept override { return mHandle.get(); }
+  Access get_Access() const noexcept override { return Access::kReadOnly; }
+
+ private:
+  std::shared_ptr<FileRegistry> mRegistry;
+  std::shared_ptr<OpenFile> mFile;
+  DatabaseHandle mHandle;
+};
+
+DatabaseHandle OpenInstance(std::string const& inPath, duckdb_config inConfig,
+                            std::string& outError) {
+  DatabaseHandle handle;
+  TextHandle error;
+  if (duckdb_open_ext(inPath.c_str(), handle.out(), inConfig, error.out()) == DuckDBSuccess) {
+    return handle;
+  }
+  outError = TextOr(error.get(), "");
+  return {};
+}
+
+std::string LockConflict(std::string const& inPath, char const* inWhy) {
+  return fmt::format("IO Error: Could not set lock on file \"{}\": {}", inPath, inWhy);
+}
+
+// Empty: DuckDB may be asked.
+std::string Refusal(OpenRequest const& inRequest, FileStatus const& inStatus) {
+  char const* why = "";
+  switch (inStatus.mKind) {
+    case FileKind::kMissing:
+      why = inRequest.mMustExist ? "No such file or directory" : "";
+      break;
+    case FileKind::kFolder:
+      why = "Is a directory";
+      break;
+    case FileKind::kOther:
+      why = "Not a regular file";
+      break;
+    case FileKind::kUnknown:
+      why = inRequest.mMustExist ? "Cannot be accessed" : "";
+      break;
+    case FileKind::kFile:
+      break;
+  }
+  return *why ? fmt::format("IO Error: Cannot open file \"{}\": {}", inStatus.mPath, why) : "";
+}
+
+// DuckDB takes storage options for a new file in an ATTACH alone. The private instance needs no
+// configuration: it runs nothing else, and external access must not be off in it.
+bool MakeFile(OpenRequest const& inRequest, std::string const& inPath, std::string& outError) {
+  DatabaseHandle const handle = OpenInstance(":memory:", nullptr, outError);
+  if (!handle) return false;
+  ConnectionHandle connection;
+  if (duckdb_connect(handle.get(), connection.out()) != DuckDBSuccess) {
+    outError = "Failed to create DuckDB connection";
+    return false;
+  }
+  std::string const sql = BuildAttachSql(inPath, inRequest.mStorageVersion, inRequest.mBlockSize);
+  ResultHandle result;
+  if (duckdb_query(connection.get(), sql.c_str(), result.out()) == DuckDBSuccess) return true;
+  outError = TextOr(duckdb_result_error(result.ptr()), "");
+  return false;
+}
+
+std::shared_ptr<OpenDatabase> OpenReadWrite(OpenRequest const& inRequest, Busy& ioFile,
+                                            FileStatus const& inStatus, std::string& outError) {
+  auto const registry = FileRegistry::Instance();
+  if (ioFile->mReadOnlyUsers != 0) {
+    outError = LockConflict(inStatus.mPath, "this process has the file open read-only");
+    return nullptr;
+  }
+  if (!ioFile->mReadWrite) {
+    bool const options = !inRequest.mStorageVersion.empty() || inRequest.mBlockSize != 0;
+    bool const isNew = inStatus.mKind == FileKind::kMissing;
+    if (options && isNew && !MakeFile(inRequest, inStatus.mPath, outError)) return nullptr;
+    ioFile->mReadWrite = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
+    if (!ioFile->mReadWrite) return nullptr;
+    registry->SetId(*ioFile, InspectFile(inStatus.mPath));
+  }
+  return std::make_shared<ReadWriteUser>(registry, ioFile.get_File());
+}
+
+// Opening makes DuckDB open and close the file to look at its first bytes, and a failing one closes
+// it too: the lock of the instances that are there is kept meanwhile.
+std::shared_ptr<OpenDatabase> OpenReadOnly(OpenRequest const& inRequest, Busy& ioFile,
+                                           FileStatus const& inStatus, std::string& outError) {
+  auto const registry = FileRegistry::Instance();
+  if (ioFile->mReadWrite) return std::make_shared<ReadWriteUser>(registry, ioFile.get_File());
+  bool const others = ioFile->mReadOnlyUsers != 0;
+  if (others && !ioFile->mKeeper) {
+    ioFile->mKeeper = std::make_unique<ReadLockKeeper>(inStatus.mPath);
+  }
+  if (others) ioFile->mKeeper->Cover();
+  DatabaseHandle handle = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
+  if (others) ioFile->mKeeper->Uncover();
+  if (!handle) return nullptr;
+  registry->SetId(*ioFile, inStatus);
+  return std::make_shared<ReadOnlyUser>(registry, ioFile.get_File(), std::move(handle));
+}
+
+std::shared_ptr<OpenDatabase> OpenPrivate(OpenRequest const& inRequest, std::string& outError) {
+  std::string const path = inRequest.mPath.empty() ? ":memory:" : inRequest.mPath;
+  DatabaseHandle handle = OpenInstance(path, inRequest.mConfig, outError);
+  if (!handle) return nullptr;
+  return std::make_shared<PrivateUser>(std::move(handle), inRequest.mAccess);
+}
+
+}  // namespace
+
+ConnectionHandle OpenDatabase::Connect() const {
+  ConnectionHandle connection;
+  if (duckdb_connect(get(), connection.out()) == DuckDBSuccess) return connection;
+  return {};
+}
+
+std::shared_ptr<OpenDatabase> OpenDatabaseFile(OpenRequest const& inRequest,
+                                               std::string& outError) {
+  outError.clear();
+  if (inRequest.mPath.find('\0') != std::string::npos) {
+    outError = "IO Error: A path of a database must not hold a NUL";
+    return nullptr;
+  }
+  std::string const path = LocalPathOf(inRequest.mPath);
+  if (path.empty()) return OpenPrivate(inRequest, outError);
+
+  FileStatus status;
+  auto const file = FileRegistry::Instance()->Take(path, status);
+  if (!file) {
+    outError = LockConflict(status.mPath,
+                            "it was removed or replaced while this process has the old file open");
+    return nullptr;
+  }
+  outError = Refusal(inRequest, status);
+  if (!outError.empty()) return nullptr;
+  return inRequest.mAccess == Access::kReadWrite ? OpenReadWrite(inRequest, *file, status, outError)
+                                                 : OpenReadOnly(inRequest, *file, status, outError);
+}
+
+std::uint32_t CountFileUsers(std::string const& inPath) {
+  std::string const path = LocalPathOf(inPath);
+  return path.empty() ? 0 : FileRegistry::Instance()->CountUsers(path);
+}
+
+// A path whose file was replaced counts the users of the old one.
+FileReservation::FileReservation(std::string const& inPath) {
+  std::string const path = LocalPathOf(inPath);
+  if (path.empty()) return;
+  FileStatus status;
+  auto const registry = FileRegistry::Instance();
+  std::shared_ptr<Busy> const file = registry->Take(path, status);
+  mUsers = file ? (*file)->get_Users() : registry->CountUsers(path);
+  if (mUsers == 0) mHold = file;
+}
+
+FileReservation::~FileReservation() = default;
+
+std::string BuildAttachSql(std::string const& inPath, std::string const& inStorageVersion,
+                           std::uint32_t inBlockSize) {
+  auto const quoted = [](std::string const& text) {
+    std::string result = "'";
+    for (char const unit : text) result.append(unit == '\'' ? 2 : 1, unit);
+    return result += '\'';
+  };
+  std::string sql = "ATTACH " + quoted(inPath) + " ( READ_WRITE";
+  if (!inStorageVersion.empty()) sql += ", STORAGE_VERSION " + quoted(inStorageVersion);
+  if (inBlockSize != 0) sql += fmt::format(", BLOCK_SIZE {}", inBlockSize);
+  return sql + " );";
+}
+
+}  // namespace lumora::duckdb_c

@@ -1,0 +1,31 @@
+#include "duckdb_c/EngineLockGuard.h"
+
+namespace lumora {
+
+namespace {
+
+bool IsSet(tarn::TLS_SimpleType_Var<bool> const& inFlag) {
+  bool const* const cell = inFlag.get();
+  return cell && *cell;
+}
+
+}  // namespace
+
+EngineLockGuard::EngineLockGuard() {
+  tarn::Thread_Mutex_Win* const mutex = tarn::GetGlobalEngineLock();
+  if (!mutex || IsSet(tarn::gIsThisDiagnoseMTThread) || IsSet(tarn::gIsGlobalLockTaken)) return;
+  // Making the thread's cell can fail for want of memory: not with the mutex in hand.
+  tarn::gIsGlobalLockTaken.set(false);
+  mutex->lock();
+  tarn::gIsGlobalLockTaken.set(true);
+  mMutex = mutex;
+}
+
+// The mutex first: the flag of a thread is its own.
+EngineLockGuard::~EngineLockGuard() {
+  if (!mMutex) return;
+  mMutex->unlock();
+  tarn::gIsGlobalLockTaken.set(false);
+}
+
+}  // namespace lumora

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace lumora::test {
+
+// Whether another process could take DuckDB's lock on the file at this moment. Asks from a child
+// process, so that this process's own locks are seen and stay as they are.
+bool AnotherProcessCanWrite(std::string const& inPath);
+bool AnotherProcessCanRead(std::string const& inPath);
+
+// A child process that holds the file's lock until the object dies.
+class ForeignLock {
+ public:
+  ForeignLock(std::string const& inPath, bool inWrite);
+  ~ForeignLock();
+  ForeignLock(ForeignLock const&) = delete;
+  ForeignLock& operator=(ForeignLock const&) = delete;
+  int get_ProcessId() const { return mChild; }
+
+ private:
+  int mChild = -1;
+  int mPipe = -1;
+};
+
+}  // namespace lumora::test

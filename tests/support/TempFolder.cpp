@@ -1,0 +1,45 @@
+#include "support/TempFolder.h"
+
+#include <stdlib.h>
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+namespace lumora::test {
+
+namespace fs = std::filesystem;
+
+TempFolder::TempFolder() {
+  std::string name = (fs::temp_directory_path() / "lumora-test-XXXXXX").string();
+  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
+  mPath = fs::canonical(name);
+}
+
+TempFolder::~TempFolder() {
+  std::error_code error;
+  fs::remove_all(mPath, error);
+}
+
+std::string TempFolder::At(std::string const& inName) const { return (mPath / inName).string(); }
+
+std::string TempFolder::Write(std::string const& inName, std::string const& inContent) const {
+  std::ofstream(At(inName), std::ios::binary) << inContent;
+  return At(inName);
+}
+
+std::string TempFolder::Read(std::string const& inName) const {
+  std::ifstream file(At(inName), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::set<std::string> TempFolder::Names() const {
+  std::set<std::string> names;
+  for (auto const& entry : fs::directory_iterator(mPath)) {
+    names.insert(entry.path().filename().string());
+  }
+  return names;
+}
+
+}  // namespace lumora::test
