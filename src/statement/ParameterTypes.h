@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "duckdb_c/Handles.h"
+#include "duckdb_c/Types.h"
+#include "tarn/Value.h"
+
+namespace lumora {
+
+// The exact types of a prepared statement's parameters, so far as a bound value may take them
+// without anything of it being seen from SQL.
+//
+// A value whose type is not the parameter's, and an untyped NULL, make DuckDB bind the statement
+// again at every execution, which takes three times as long. In an INSERT whose VALUES are
+// parameters alone the only thing that ever sees a value is the cast to its column.
+class ParameterTypes {
+ public:
+  ParameterTypes() = default;
+  // inSql: the statement's text. Empty (no types) for any statement but a plain INSERT.
+  ParameterTypes(duckdb_prepared_statement inPrepared, std::string_view inSql);
+
+  // The value for the parameter of that 0-based index. Errors: those of MakeDuckDBValue.
+  duckdb_c::ValueHandle MakeValue(std::uint32_t inIndex, tarn::I_Value* inValue) const;
+
+ private:
+  struct Parameter {
+    duckdb_c::TypeId mType = 0;
+    duckdb_c::ValueHandle mNull;  // a list of the type whose one element is NULL
+  };
+  std::vector<Parameter> mParameters;
+};
+
+}  // namespace lumora

@@ -1,0 +1,80 @@
+#include "statement/RunStatements.h"
+
+#include <utility>
+
+#include "statement/ParameterBinding.h"
+#include "statement/StatementErrors.h"
+
+namespace lumora {
+namespace {
+
+using duckdb_c::TextOr;
+using Results = std::vector<duckdb_c::ResultHandle>;
+
+Results RunWithParameters(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
+                          std::string const& inSql, tarn::ValueRow const& inParameters) {
+  duckdb_c::PreparedHandle prepared;
+  if (duckdb_prepare(inConnection, inSql.c_str(), prepared.out()) != DuckDBSuccess) {
+    ThrowDuckDBError(&inDatabase,
+                     TextOr(duckdb_prepare_error(prepared.get()), statement_text::kPrepare));
+  }
+  I_DatabaseLink* const database = &inDatabase;
+  BindRow(prepared, &inParameters, database);
+  Results results(1);
+  if (duckdb_execute_prepared(prepared.get(), results[0].out()) != DuckDBSuccess) {
+    ThrowDuckDBError(&inDatabase, TextOr(duckdb_result_error(results[0].ptr()),
+                                         statement_text::kExecutePrepared));
+  }
+  return results;
+}
+
+duckdb_c::ResultHandle RunExtracted(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
+                                    duckdb_extracted_statements inExtracted, idx_t inIndex) {
+  duckdb_c::PreparedHandle prepared;
+  if (duckdb_prepare_extracted_statement(inConnection, inExtracted, inIndex, prepared.out()) !=
+      DuckDBSuccess) {
+    ThrowDuckDBError(&inDatabase, TextOr(duckdb_prepare_error(prepared.get()),
+                                         statement_text::kPrepareExtracted));
+  }
+  duckdb_c::ResultHandle result;
+  if (duckdb_execute_prepared(prepared.get(), result.out()) != DuckDBSuccess) {
+    std::string const message = TextOr(duckdb_result_error(result.ptr()), statement_text::kExecute);
+    prepared.reset();
+    result.reset();
+    duckdb_c::ResultHandle rollback;
+    (void)duckdb_query(inConnection, "ROLLBACK", rollback.out());
+    ThrowDuckDBError(&inDatabase, message);
+  }
+  return result;
+}
+
+Results RunScript(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
+                  std::string const& inSql) {
+  duckdb_c::ExtractedHandle extracted;
+  idx_t const count = duckdb_extract_statements(inConnection, inSql.c_str(), extracted.out());
+  if (count == 0) {
+    ThrowDuckDBError(&inDatabase, TextOr(duckdb_extract_statements_error(extracted.get()),
+                                         statement_text::kExtract));
+  }
+  Results results;
+  results.reserve(count);
+  for (idx_t i = 0; i < count; ++i) {
+    results.push_back(RunExtracted(inDatabase, inConnection, extracted.get(), i));
+  }
+  return results;
+}
+
+}  // namespace
+
+Results RunStatements(I_DatabaseLink& inDatabase, std::string const& inSql,
+                      tarn::ValueRow const* inParameters) {
+  auto const connection = inDatabase.get_Connection();
+  if (!connection) ThrowDuckDBError(&inDatabase, statement_text::kDatabaseNotOpen);
+  RefuseNul(&inDatabase, inSql);
+  if (inParameters && inParameters->get_Count() != 0) {
+    return RunWithParameters(inDatabase, connection->get(), inSql, *inParameters);
+  }
+  return RunScript(inDatabase, connection->get(), inSql);
+}
+
+}  // namespace lumora

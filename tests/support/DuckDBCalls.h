@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+
+// Watches the calls of the whole process into DuckDB by standing in for some of its functions: an
+// executable that uses anything of this header has these functions itself, and they take precedence
+// over the library's, for a loaded extension too. Each forwards to the library.
+namespace lumora::test {
+
+// How many handles DuckDB gave out that were not given back.
+struct HandleCounts {
+  std::int64_t mConnections = 0;
+  std::int64_t mPrepared = 0;
+  std::int64_t mExtracted = 0;
+  std::int64_t mResults = 0;
+
+  friend bool operator==(HandleCounts const&, HandleCounts const&) = default;
+  friend std::ostream& operator<<(std::ostream& ioStream, HandleCounts const& inCounts) {
+    return ioStream << "{connections " << inCounts.mConnections << ", prepared "
+                    << inCounts.mPrepared << ", extracted " << inCounts.mExtracted << ", results "
+                    << inCounts.mResults << "}";
+  }
+};
+HandleCounts get_LiveHandles();
+
+enum class Call {
+  kPrepare,
+  kPrepareExtracted,
+  kExtract,
+  kExecutePrepared,
+  kClearBindings,
+  kBindValue,
+  kCount,
+};
+
+// How often DuckDB was asked so far.
+std::uint64_t get_CallCount(Call inCall);
+
+// While it lives, that call fails without reaching DuckDB, and gives no text.
+class FailingCall {
+ public:
+  // The first inSuccesses calls succeed.
+  explicit FailingCall(Call inCall, std::int64_t inSuccesses = 0);
+  ~FailingCall();
+  FailingCall(FailingCall const&) = delete;
+  FailingCall& operator=(FailingCall const&) = delete;
+
+ private:
+  Call mCall;
+};
+
+}  // namespace lumora::test
