@@ -16,7 +16,7 @@ export PYTHONDONTWRITEBYTECODE := 1
 build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
 ctest_with = cd '$(root)' && ctest --preset $(1) -j $(JOBS) $(2)
 
-.PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage install clean
+.PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage package install clean
 
 help: ## this list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' '$(root)/Makefile'
@@ -27,9 +27,10 @@ setup: ## install and fetch what a build needs
 setup-data:
 	@'$(root)/scripts/setup.sh' --data
 
-# One configuration a preset; a changed preset configures anew, all else ninja sees for itself.
-$(root)/build/%/build.ninja: $(root)/CMakePresets.json | setup
-	@cd '$(root)' && cmake --preset $* && touch '$@'
+# One configuration a preset; a changed preset or another DuckDB configures anew, all else ninja sees for itself.
+$(root)/build/deps/.root: setup ;
+$(root)/build/%/build.ninja: $(root)/CMakePresets.json $(root)/build/deps/.root
+	@cd '$(root)' && cmake --preset $* -DLUMORA_DUCKDB_ROOT='$(LUMORA_DUCKDB_ROOT)' && touch '$@'
 .PRECIOUS: $(root)/build/%/build.ninja
 
 build: setup $(root)/build/release/build.ninja ## the extension, the host library and lumora, in build/release
@@ -93,8 +94,12 @@ coverage: $(root)/build/coverage/build.ninja ## lines and branches that the suit
 	@$(call ctest_with,coverage)
 	@'$(root)/scripts/coverage.sh'
 
+package: setup $(root)/build/package/build.ninja ## a .tar.gz and a .deb in build/package/packages
+	@$(call build_with,package,--target product)
+	@cd '$(root)/build/package' && cpack
+
 install: build ## into PREFIX
-	@cmake --install '$(root)/build/release' --prefix '$(PREFIX)'
+	@DESTDIR='$(DESTDIR)' cmake --install '$(root)/build/release' --prefix '$(PREFIX)'
 
 clean: ## remove what was built, keep what was downloaded
 	@find '$(root)/build' -mindepth 1 -maxdepth 1 ! -name deps -exec rm -rf {} + 2>/dev/null || true

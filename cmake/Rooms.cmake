@@ -23,14 +23,15 @@ else()
     if(_host_sources)
         add_library(LShared SHARED ${_host_sources})
         target_include_directories(LShared
-            PUBLIC "${CMAKE_SOURCE_DIR}/host/include" PRIVATE "${CMAKE_SOURCE_DIR}/host/src")
+            PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/host/include> $<INSTALL_INTERFACE:include> PRIVATE "${CMAKE_SOURCE_DIR}/host/src")
         target_compile_definitions(LShared PRIVATE LSHARED_BUILD)
         target_link_libraries(LShared
             PRIVATE lumora_warnings lumora_fmt nlohmann_json::nlohmann_json PUBLIC Threads::Threads)
         lumora_link_complete(LShared)
     else()
         add_library(LShared INTERFACE)
-        target_include_directories(LShared INTERFACE "${CMAKE_SOURCE_DIR}/host/include")
+        target_include_directories(LShared
+            INTERFACE $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/host/include> $<INSTALL_INTERFACE:include>)
     endif()
 endif()
 

@@ -5,6 +5,15 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(EDIT REQUIRED IMPORTED_TARGET libedit)
 pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
 
+add_library(lumora_terminal INTERFACE)
+if(LUMORA_STANDALONE)
+    target_include_directories(lumora_terminal INTERFACE ${EDIT_INCLUDE_DIRS} ${UTF8PROC_INCLUDE_DIRS})
+    target_link_libraries(lumora_terminal INTERFACE libedit.a libbsd.a libmd.a libtinfo.a libutf8proc.a)
+    target_compile_definitions(lumora_terminal INTERFACE UTF8PROC_STATIC)
+else()
+    target_link_libraries(lumora_terminal INTERFACE PkgConfig::EDIT PkgConfig::UTF8PROC)
+endif()
+
 set(LUMORA_SHELL_PATH "${CMAKE_BINARY_DIR}/bin/lumora")
 lumora_glob(_shell_sources shell/*.cpp)
 list(FILTER _shell_sources EXCLUDE REGEX "/main\\.cpp$")
@@ -20,7 +29,7 @@ endif()
 target_include_directories(room_shell ${_scope} "${CMAKE_SOURCE_DIR}/shell")
 target_compile_definitions(room_shell ${_scope} LUMORA_VERSION="${PROJECT_VERSION}")
 target_link_libraries(room_shell ${_scope}
-    LShared lumora_fmt nlohmann_json::nlohmann_json CLI11::CLI11 PkgConfig::EDIT PkgConfig::UTF8PROC
+    LShared lumora_fmt nlohmann_json::nlohmann_json CLI11::CLI11 lumora_terminal
     Threads::Threads ${CMAKE_DL_LIBS})
 
 if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp")

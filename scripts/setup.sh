@@ -92,17 +92,22 @@ install_packages() {
 
 # fetch_package KEY: makes sure that the files of that entry of npm-packages.txt are under build/deps.
 fetch_package() {
-    local key="$1" entry name version integrity member target stamp
-    entry="$(awk -v key="$key" '$1 == key { print $2, $3, $4; getline; print $1, $2 }' \
-        "$root/scripts/npm-packages.txt")"
-    [ -n "$entry" ] || return 2
-    read -r name version integrity <<<"$(sed -n 1p <<<"$entry")"
-    read -r member target <<<"$(sed -n 2p <<<"$entry")"
-    stamp="$deps/.$key"
-    if [ -f "$deps/$target" ] && [ "$(cat "$stamp" 2>/dev/null)" = "$version $integrity" ]; then
-        return 0
-    fi
-    command -v npm >/dev/null || fail "npm is needed to fetch $name@$version and is not there"
+    local key="$1" name version integrity member target files=() complete=yes
+    # The entry's first line, then its indented lines.
+    local entry
+    mapfile -t entry < <(awk -v key="$key" '/^[^ #]/ { inside = ($1 == key) } inside && !/^#/' \
+        "$root/scripts/npm-packages.txt")
+    [ ${#entry[@]} -gt 1 ] || fail "scripts/npm-packages.txt has no entry $key"
+    read -r _ name version integrity <<<"${entry[0]}"
+    files=("${entry[@]:1}")
+    local stamp="$deps/.$key"
+    for file in "${files[@]}"; do
+        read -r _ target <<<"$file"
+        [ -f "$deps/$target" ] || complete=no
+    done
+    if [ $complete = yes ] && [ "$(cat "$stamp" 2>/dev/null)" = "$version $integrity" ]; then return 0; fi
+
+    command -v npm >/dev/null || fail "npm is needed to fetch $name@$version and is not there" "$(advice_without "$key")"
     echo "setup: fetching $name@$version"
     mkdir -p "$deps"
     local work
@@ -111,17 +116,20 @@ fetch_package() {
     trap "rm -rf '$work'" EXIT
     (cd "$work" && npm pack --silent --ignore-scripts "$name@$version" >/dev/null) ||
         fail "npm could not fetch $name@$version" \
-            "check with: npm view $name@$version" \
+            "check the network and the registry that npm is set to; ask it with: npm view $name@$version" \
             "$(advice_without "$key")"
     local archives=("$work"/*.tgz)
     check_integrity "${archives[0]}" "$integrity" ||
         fail "$name@$version is not the archive that scripts/npm-packages.txt pins ($integrity)" \
             "clear npm's cache (npm cache clean --force) and try again; if it stays so, do not use what the registry serves"
-    tar -xzf "${archives[0]}" -C "$work" "$member" ||
-        fail "$name@$version holds no $member"
-    mkdir -p "$(dirname "$deps/$target")"
-    touch "$work/$member"
-    mv -f "$work/$member" "$deps/$target"
+    for file in "${files[@]}"; do
+        read -r member target <<<"$file"
+        tar -xzf "${archives[0]}" -C "$work" "$member" || fail "$name@$version holds no $member"
+        mkdir -p "$(dirname "$deps/$target")"
+        # Archives carry a date of long ago, and the build must see that the file is new.
+        touch "$work/$member"
+        mv -f "$work/$member" "$deps/$target"
+    done
     echo "$version $integrity" >"$stamp"
     rm -rf "$work"
     trap - EXIT
@@ -148,12 +156,19 @@ fetch_duckdb() {
             fail "LUMORA_DUCKDB_ROOT is $LUMORA_DUCKDB_ROOT, which has no include/duckdb.h"
         return 0
     fi
-    fetch_package "duckdb-library-$(uname -m)" ||
+    grep -q "^duckdb-library-$(uname -m) " "$root/scripts/npm-packages.txt" ||
         fail "no DuckDB library is pinned for a $(uname -m) machine in scripts/npm-packages.txt" \
             "$(advice_without duckdb)"
+    fetch_package "duckdb-library-$(uname -m)"
     fetch_package duckdb-header
 }
 
 [ -n "${LUMORA_SKIP_PACKAGES:-}" ] || install_packages
 fetch_duckdb
 [ "$want_data" = no ] || fetch_package data
+
+# The front door configures anew when another DuckDB is named than before.
+mkdir -p "$deps"
+if [ "$(cat "$deps/.root" 2>/dev/null)" != "root=${LUMORA_DUCKDB_ROOT:-}" ]; then
+    echo "root=${LUMORA_DUCKDB_ROOT:-}" >"$deps/.root"
+fi
