@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <utility>
 
 #include "tarn/I_Unknown.h"
@@ -13,7 +14,10 @@ namespace tarn {
 LSHARED_API INTERFACE_ITEM const* PlainInterfaceTable() noexcept;
 
 // Memory of the arrays and values: from the library's thread-safe pool, so that it may be given
-// back on another thread than the one that took it. inSize must be the same in both calls.
+// back on another thread than the one that took it. inSize must be the same in both calls. Pieces
+// are aligned to 16 bytes. The pool keeps free memory of up to 16 MB for each step of 16 bytes up
+// to 256, and what two batches of 8 KB a thread and step hold until the thread ends; all else goes
+// back to the system. Throws std::bad_alloc.
 LSHARED_API void* PoolAllocate(std::size_t inSize);
 LSHARED_API void PoolFree(void* inMemory, std::size_t inSize) noexcept;
 
@@ -120,6 +124,7 @@ class Array : public I_Unknown, public noncopyable {
     return static_cast<TPointer*>(PoolAllocate(inCapacity * sizeof(TPointer)));
   }
   void Grow() {
+    if (mCapacity > UINT32_MAX / 2) throw std::bad_alloc();
     std::uint32_t const capacity = mCapacity == 0 ? kDefaultCapacity : mCapacity * 2;
     TPointer* const items = Allocate(capacity);
     for (std::uint32_t i = 0; i < mCount; ++i) items[i] = mItems[i];

@@ -4,6 +4,11 @@
 #include "tarn/Location.h"
 #include "tarn/smart_ptr.h"
 
+// The Windows headers define this name as a macro.
+#if defined(_WIN32)
+#undef CreateFile
+#endif
+
 namespace tarn {
 
 // One file on disk. Operations that fail throw xException 0x66001 with texts (path, the system's

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 
 #include "tarn/Export.h"
 #include "tarn/Types.h"
@@ -41,6 +43,13 @@ struct INTERFACE_ITEM {
   std::ptrdiff_t mDistance;  // bytes from the object's start to the subobject
 };
 
+// The distance of a subobject for a row of inObject's table.
+template <typename TSubobject, typename TMain>
+std::ptrdiff_t InterfaceDistance(TMain* inObject) noexcept {
+  return reinterpret_cast<char const*>(static_cast<TSubobject*>(inObject)) -
+         reinterpret_cast<char const*>(inObject);
+}
+
 // Looks inInterfaceId up in inTable. A hit adds one reference to the object (through the found
 // subobject, which must begin with the I_Unknown operations) and returns the subobject; a miss
 // returns null.
@@ -53,6 +62,20 @@ class RefsCount {
   std::uint32_t Increment() noexcept { return mCount.fetch_add(1) + 1; }
   std::uint32_t Decrement() noexcept { return mCount.fetch_sub(1) - 1; }
   std::uint32_t get() const noexcept { return mCount.load(); }
+
+  // The same two for objects that are reached through counted references alone, so never by
+  // TryIncrement. Who sees the count 0 or holds the only reference is then alone with the object,
+  // and the first and the last step need no locked instruction.
+  std::uint32_t IncrementExclusive() noexcept {
+    if (mCount.load(std::memory_order_relaxed) != 0) return Increment();
+    mCount.store(1, std::memory_order_relaxed);
+    return 1;
+  }
+  std::uint32_t DecrementExclusive() noexcept {
+    if (mCount.load(std::memory_order_acquire) != 1) return Decrement();
+    mCount.store(0, std::memory_order_relaxed);
+    return 0;
+  }
 
   // Adds a reference only while the count is not 0. False: the object is already on its way out.
   bool TryIncrement() noexcept {

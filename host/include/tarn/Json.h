@@ -8,7 +8,9 @@
 
 namespace tarn {
 
-// Reads one JSON text.
+// Reads one JSON text. The nesting may be of any depth. Numbers of 64-bit integers and their digits
+// are kept exactly; a number that no double holds (1e999) makes the text invalid. Of several
+// members of one name the last one counts.
 class LSHARED_API Json : public noncopyable {
  public:
   // UTF-8, NUL-terminated; null is not valid JSON. Never throws for a bad text.

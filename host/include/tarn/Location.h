@@ -15,7 +15,7 @@ class LSHARED_API I_Location : public I_Unknown {
 
   // What tells two locations apart: the canonical path with links resolved (as far as the path
   // exists), for ":memory:" a text of its own per location object, for a remote path (it has a
-  // scheme) the path itself.
+  // scheme) the path itself. Hard links are different paths and have different keys.
   virtual String get_Key() const = 0;
 
   // The last part of the path ("orders.duckdb"), without a trailing slash.
@@ -33,7 +33,7 @@ class LSHARED_API I_Location : public I_Unknown {
   // Null for in-memory and remote locations.
   virtual smart_ptr<I_Location> get_Folder() const = 0;
 
-  // The location of that name inside this folder.
+  // The location of that name inside this folder; null for in-memory locations.
   virtual smart_ptr<I_Location> get_Child(String const& inName) const = 0;
 };
 

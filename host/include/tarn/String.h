@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "tarn/Export.h"
@@ -20,7 +21,7 @@ class LSHARED_API String {
   static constexpr std::uint32_t kInlineUnits = 11;
   static String const sEmpty;  // shared empty text; valid for the life of the library
 
-  String() noexcept;
+  constexpr String() noexcept : mInline{} {}
   // inLength counts units; -1 = up to the terminator. A null text is the empty text.
   String(WChar const* inText, std::int32_t inLength = -1);
   // inLength counts bytes; -1 = up to the terminator. A null encoding name means UTF-8, the only
@@ -28,8 +29,11 @@ class LSHARED_API String {
   String(char const* inText, std::int32_t inLength = -1, char const* inEncoding = nullptr,
          StringImplementation inKind = StringImplementation::kDefault);
   String(String const& inOther);
-  String(String&& ioOther) noexcept;
-  ~String();
+  // Moving takes the text over and leaves the empty text.
+  String(String&& ioOther) noexcept : mInline{} { take(ioOther); }
+  ~String() {
+    if (mCapacity != 0) release();
+  }
 
   String& operator=(String const& inOther);
   String& operator=(String&& ioOther) noexcept;
@@ -47,7 +51,7 @@ class LSHARED_API String {
   String& operator<<(std::int64_t inNumber);
 
   // NUL-terminated; valid until the String is changed or destroyed.
-  WChar const* c_str() const noexcept;
+  WChar const* c_str() const noexcept { return mCapacity != 0 ? mHeap : mInline; }
   std::uint32_t length() const noexcept { return mLength; }  // in units
   bool isEmpty() const noexcept { return mLength == 0; }
   void clear() noexcept;
@@ -68,9 +72,17 @@ class LSHARED_API String {
   friend LSHARED_API bool operator<(String const& a, String const& b) noexcept;
 
  private:
-  WChar* data() noexcept;
+  WChar* data() noexcept { return mCapacity != 0 ? mHeap : mInline; }
+  void take(String& ioOther) noexcept {
+    mLength = ioOther.mLength;
+    mCapacity = ioOther.mCapacity;
+    std::memcpy(mInline, ioOther.mInline, sizeof mInline);
+    ioOther.mLength = ioOther.mCapacity = 0;
+    ioOther.mInline[0] = 0;
+  }
   void release() noexcept;
-  void append(WChar const* inText, std::uint32_t inLength);
+  void assign(WChar const* inText, std::size_t inLength);
+  void append(WChar const* inText, std::size_t inLength);
 
   std::uint32_t mLength = 0;
   std::uint32_t mCapacity = 0;  // 0 = the text stands in mInline

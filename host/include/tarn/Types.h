@@ -16,18 +16,18 @@ using WChar = char16_t;
 
 // Interface numbers that QueryInterface answers. The numbers are part of the binary contract.
 enum InterfaceId : std::uint32_t {
-  kIID_Unknown = 1,          // a plain reference-counted object
-  kIID_Folder = 402,         // I_Folder
+  kIID_Unknown = 1,   // a plain reference-counted object
+  kIID_Folder = 402,  // I_Folder
   kIID_DuckDBDatabase = 406,
   kIID_DuckDBStatement = 407,
   kIID_DuckDBCursor = 408,
   kIID_DuckDBQueryResult = 409,
-  kIID_ForeignPlugin = 608,  // I_ForeignPlugin
-  kIID_ValueBinary = 2202,   // I_ValueBinary
-  kIID_ValueDate = 2203,     // I_ValueDate
-  kIID_ValueDateTime = 2204, // I_ValueDateTime
-  kIID_ValueWrapper = 2211,  // I_ValueWrapper
-  kIID_ValueJSON = 2213,     // I_ValueJSON
+  kIID_ForeignPlugin = 608,   // I_ForeignPlugin
+  kIID_ValueBinary = 2202,    // I_ValueBinary
+  kIID_ValueDate = 2203,      // I_ValueDate
+  kIID_ValueDateTime = 2204,  // I_ValueDateTime
+  kIID_ValueWrapper = 2211,   // I_ValueWrapper
+  kIID_ValueJSON = 2213,      // I_ValueJSON
 };
 
 }  // namespace tarn

@@ -12,19 +12,19 @@ enum class ValueType : std::uint32_t {
   kEmpty = 0,
   kNull = 1,
   kBoolean = 2,
-  kByte = 3,     // unsigned 8-bit
-  kShort = 4,    // signed 16-bit
-  kUShort = 5,   // unsigned 16-bit
-  kMedium = 6,   // signed 32-bit
-  kUMedium = 7,  // unsigned 32-bit
-  kLong = 8,     // signed 32-bit
-  kULong = 9,    // unsigned 32-bit
-  kLLong = 10,   // signed 64-bit
-  kULLong = 11,  // unsigned 64-bit
-  kFloat = 12,   // 32-bit float
-  kDouble = 13,  // 64-bit float
-  kMoney = 14,   // 64-bit float
-  kNumeric = 15, // 64-bit float
+  kByte = 3,      // unsigned 8-bit
+  kShort = 4,     // signed 16-bit
+  kUShort = 5,    // unsigned 16-bit
+  kMedium = 6,    // signed 32-bit
+  kUMedium = 7,   // unsigned 32-bit
+  kLong = 8,      // signed 32-bit
+  kULong = 9,     // unsigned 32-bit
+  kLLong = 10,    // signed 64-bit
+  kULLong = 11,   // unsigned 64-bit
+  kFloat = 12,    // 32-bit float
+  kDouble = 13,   // 64-bit float
+  kMoney = 14,    // 64-bit float
+  kNumeric = 15,  // 64-bit float
   kDate = 16,
   kTime = 17,
   kDateTime = 18,
@@ -43,10 +43,13 @@ enum class ValueType : std::uint32_t {
 // One typed value of the host.
 //
 // A value has a fixed type and is null or not. A getter of another kind than the value's own
-// converts: between numbers by clamping to the target's range (NaN becomes 0), from text by its
-// leading number, from anything else 0; a null value gives 0, false or the empty text. A setter of
-// another kind converts the same way into the value's own kind; every setter makes the value not
-// null. Values are not synchronised; only their reference count is.
+// converts: between numbers by clamping to the target's range (NaN becomes 0 in an integer, finite
+// numbers stay finite), from text by its leading number ("12.5 km" is 12.5, "true" is true), from
+// anything else 0; a null value gives 0, false or the empty text. A setter of another kind converts
+// the same way into the value's own kind: a text sets dates and bytes when it has get_String's form
+// (else all parts 0, no bytes), a number sets them to parts of 0 and no bytes. Every setter makes
+// the value not null. A value that becomes null loses its content. Values are not synchronised;
+// only their reference count is.
 class LSHARED_API I_Value : public I_Unknown {
  public:
   virtual ValueType get_Type() const = 0;
@@ -65,7 +68,8 @@ class LSHARED_API I_Value : public I_Unknown {
   virtual std::uint64_t get_ULLong() const = 0;
   virtual float get_Float() const = 0;
   virtual double get_Double() const = 0;
-  // The value as text: numbers in the shortest form that reads back equal, "true" and "false",
+  // The value as text: numbers in the shortest form that reads back equal ("NaN", "Infinity" and
+  // "-Infinity" where there is no number), "true" and "false",
   // dates as YYYY-MM-DD, date-times as YYYY-MM-DD HH:MM:SS.mmm, bytes as lower-case hexadecimal
   // digits.
   virtual String get_String() const = 0;
@@ -87,8 +91,8 @@ class LSHARED_API I_Value : public I_Unknown {
   // text or longer bytes are kept whole.
   virtual std::uint32_t get_MaxLength() const = 0;
   virtual void put_MaxLength(std::uint32_t inBytes) = 0;
-  // The size of the value's content in bytes. Setting it resizes bytes (new ones are zero) and is
-  // ignored by the other kinds.
+  // The size of the value's content in bytes, 0 when it is null. Setting it resizes bytes (new ones
+  // are zero) and is ignored by the other kinds.
   virtual std::uint32_t get_Length() const = 0;
   virtual void put_Length(std::uint32_t inBytes) = 0;
 };
@@ -131,7 +135,9 @@ class LSHARED_API I_ValueDateTime : public I_Unknown {
                             std::int16_t inMillisecond) = 0;
 };
 
-// A value that holds another one; offered by kWrapped. Interface number 2211.
+// A value that holds another one; offered by kWrapped. Interface number 2211. The getters and
+// setters of such a value are those of the innermost value (a setter makes one when there is none),
+// and it is null when that one is. A chain may be of any length, but must not lead back to itself.
 class LSHARED_API I_ValueWrapper : public I_Unknown {
  public:
   virtual smart_ptr<I_Value> get_InnerValue() const = 0;  // null when there is none
@@ -139,7 +145,7 @@ class LSHARED_API I_ValueWrapper : public I_Unknown {
 };
 
 // A JSON value as an object; offered by kJSON. Interface number 2213. A text that is not a JSON
-// object has no members.
+// object has no members. Of several members of one name the last one counts.
 class LSHARED_API I_ValueJSON : public I_Unknown {
  public:
   virtual bool HasMember(String const& inName) const = 0;

@@ -1,0 +1,63 @@
+#include "Pool.h"
+
+#include <new>
+#include <utility>
+
+#include "tarn/Array.h"
+
+namespace tarn {
+namespace pool {
+
+thread_local constinit ThreadCache* tCache = nullptr;
+
+namespace {
+
+// Never destroyed: objects with static or thread lifetime give memory back at any time.
+Depots& AllDepots() noexcept {
+  alignas(Depots) static std::byte memory[sizeof(Depots)];
+  static Depots* const depots = ::new (memory) Depots;
+  return *depots;
+}
+
+thread_local bool tEnded = false;
+
+// Gives the thread's pieces back at its end. The cache itself is not in the thread's static block,
+// which is small for libraries that are loaded late.
+struct CacheOwner {
+  ~CacheOwner() {
+    tEnded = true;
+    delete std::exchange(tCache, nullptr);
+  }
+};
+
+// Null when memory runs out, and while the thread's thread-local objects die.
+ThreadCache* MakeCache() noexcept {
+  if (tEnded) return nullptr;
+  thread_local CacheOwner const owner;
+  tCache = ::new (std::nothrow) ThreadCache(AllDepots());
+  return tCache;
+}
+
+}  // namespace
+
+void* AllocateSlow(std::size_t inClass) {
+  if (ThreadCache* const cache = MakeCache()) return cache->Allocate(inClass);
+  Batch batch = AllDepots()[inClass].Take();
+  Piece* const piece = batch.Pop();
+  if (batch.mFirst) AllDepots()[inClass].Give(batch);
+  return piece;
+}
+
+void FreeSlow(void* inMemory, std::size_t inClass) noexcept {
+  if (ThreadCache* const cache = MakeCache()) return cache->Free(inMemory, inClass);
+  Batch batch;
+  batch.Push(inMemory);
+  AllDepots()[inClass].Give(batch);
+}
+
+}  // namespace pool
+
+void* PoolAllocate(std::size_t inSize) { return pool::Allocate(inSize); }
+void PoolFree(void* inMemory, std::size_t inSize) noexcept { pool::Free(inMemory, inSize); }
+
+}  // namespace tarn
