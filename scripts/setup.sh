@@ -114,7 +114,7 @@ fetch_package() {
     work="$(mktemp -d "$deps/.fetch.XXXXXX")"
     # shellcheck disable=SC2064
     trap "rm -rf '$work'" EXIT
-    (cd "$work" && npm pack --silent --ignore-scripts "$name@$version" >/dev/null) ||
+    (cd "$work" && npm pack --loglevel=error --ignore-scripts "$name@$version" >/dev/null) ||
         fail "npm could not fetch $name@$version" \
             "check the network and the registry that npm is set to; ask it with: npm view $name@$version" \
             "$(advice_without "$key")"
