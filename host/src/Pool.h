@@ -41,7 +41,7 @@ inline void* Allocate(std::size_t inSize) {
   return ::operator new(inSize);
 }
 
-inline void Free(void* inMemory, std::size_t inSize) noexcept {
+inline void Free(void* inMemory, [[maybe_unused]] std::size_t inSize) noexcept {
 #if !TARN_PLAIN_POOL
   if (inSize <= kLargest) [[likely]] {
     if (!inMemory) return;
