@@ -25,10 +25,6 @@ namespace {
 
 constexpr int kMaxLinks = 40;
 
-fs::path PathOf(std::string const& inPath) {
-  return fs::path(std::u8string(inPath.begin(), inPath.end()));
-}
-
 std::string TextOf(fs::path const& inPath) {
   std::u8string const text = inPath.u8string();
   return std::string(text.begin(), text.end());
@@ -70,6 +66,10 @@ bool EqualsIgnoringCase(std::string_view inText, std::string_view inLower) {
 }
 
 }  // namespace
+
+fs::path PathOf(std::string const& inPath) {
+  return fs::path(std::u8string(inPath.begin(), inPath.end()));
+}
 
 std::string LocalPathOf(std::string const& inPath) {
   std::string_view const path = inPath;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -30,6 +31,9 @@ struct FileStatus {
   // followed to that file's place.
   std::string mPath;
 };
+
+// The system's form of a UTF-8 path.
+std::filesystem::path PathOf(std::string const& inPath);
 
 // Asks for the status alone and never opens the file (so it keeps locks alone and a pipe cannot
 // stop it). Never throws for what the file system says.

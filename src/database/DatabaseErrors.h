@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include "tarn/String.h"
+
+// What the database room says when something is wrong. Texts of DuckDB's own come first where there
+// are any.
+namespace lumora {
+
+inline constexpr std::uint32_t kDuckDBError = 0x72501;
+inline constexpr std::uint32_t kOpenError = 0x99000;
+
+inline constexpr char const* kNotOpen = "DuckDBDatabase is not open";
+inline constexpr char const* kForeignStatement = "DuckDBStatement does not belong to this database";
+inline constexpr char const* kNoFile = "File does not exist";
+inline constexpr char const* kNoConfig = "Failed to create DuckDB config";
+inline constexpr char const* kNoConnection = "Failed to create DuckDB connection";
+inline constexpr char const* kCreateFailed = "Unknown DuckDB database open error";
+inline constexpr char const* kOpenFailed = "Failed to open DuckDB database";
+
+tarn::String ToHostText(std::string const& inText);
+std::string ToUtf8(tarn::String const& inText);
+
+// xDuckDBError 0x72501 with the texts (path, message).
+[[noreturn]] void ThrowDuckDBError(tarn::String const& inPath, std::string const& inMessage);
+
+// xException 0x99000 with the message.
+[[noreturn]] void ThrowOpenError(std::string const& inMessage);
+
+}  // namespace lumora
