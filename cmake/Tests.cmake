@@ -32,13 +32,21 @@ endif()
 
 add_custom_target(threaded_tests COMMENT "Tests that run more than one thread")
 
+# A host is tested with an extension that knows no database.
+lumora_glob(_fake_sources tests/support/fake_extension/*.cpp)
+add_library(fake_extension MODULE ${_fake_sources})
+set_target_properties(fake_extension PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+target_include_directories(fake_extension PRIVATE "${CMAKE_SOURCE_DIR}/host/include")
+target_link_libraries(fake_extension PRIVATE test_options lumora_warnings)
+target_compile_definitions(test_support ${_scope} LUMORA_FAKE_EXTENSION_PATH="$<TARGET_FILE:fake_extension>")
+
 # lumora_test(name label timeout LIBRARIES ... SOURCES ...)
 function(lumora_test name label timeout)
     cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} test_support GTest::gtest_main test_options lumora_warnings)
-    foreach(used IN ITEMS lumora_duckdb lumora)
+    foreach(used IN ITEMS lumora_duckdb lumora fake_extension)
         if(TARGET ${used} AND NOT label STREQUAL "unit")
             add_dependencies(${name} ${used})
         endif()

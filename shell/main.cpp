@@ -1,0 +1,3 @@
+#include "Shell.h"
+
+int main(int inCount, char** inArguments) { return lumora::shell::RunLumora(inCount, inArguments); }
