@@ -13,8 +13,12 @@ MAKEFLAGS += --no-print-directory
 # Python leaves no compiled files in the tree.
 export PYTHONDONTWRITEBYTECODE := 1
 
+# The sanitizers of clang 14 do not know address spaces that are randomised over more than 28 bits.
+fixed_addresses := $(shell [ "$$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || echo 28)" -le 28 ] || \
+	! setarch -R true 2>/dev/null || echo setarch -R)
+
 build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
-ctest_with = cd '$(root)' && ctest --preset $(1) -j $(JOBS) $(2)
+ctest_with = cd '$(root)' && $(fixed_addresses) ctest --preset $(1) -j $(JOBS) $(2)
 
 .PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage package install clean
 
@@ -76,7 +80,7 @@ lint: rules $(root)/build/asan/build.ninja ## tree rules, formatting and static 
 
 fuzz: setup $(root)/build/fuzz/build.ninja ## every fuzzer for FUZZ_SECONDS each
 	@$(call build_with,fuzz,--target fuzzers)
-	@'$(root)/scripts/fuzz.sh' $(FUZZ_SECONDS)
+	@$(fixed_addresses) '$(root)/scripts/fuzz.sh' $(FUZZ_SECONDS)
 
 bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 	@$(call build_with,release,--target product benchmarks)
