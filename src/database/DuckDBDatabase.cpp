@@ -196,6 +196,9 @@ void DuckDBDatabase::UnregisterStatement(I_DuckDBStatement* inStatement) {
   if (mIsClosingChildren) return;
   CheckOpen();
   if (!mStatements.Remove(inStatement)) Throw(lumora::kForeignStatement);
+  // It must not outlive this database with a pointer to it. Nothing happens when it is the statement
+  // itself that leaves.
+  inStatement->Close();
 }
 
 void DuckDBDatabase::RegisterCursor(I_DuckDBCursor* inCursor) {

@@ -102,7 +102,7 @@ void DuckDBStatement::Extract() {
   if (mStatementCount != 0) return;
   std::string const error = TextOr(duckdb_extract_statements_error(mExtracted.get()), "");
   mExtracted.reset();
-  if (!error.empty()) lumora::ThrowDuckDBError(mDatabase, error);
+  if (!error.empty()) lumora::ThrowError(mDatabase, error);
 }
 
 void DuckDBStatement::ExtractAgain() {
@@ -111,7 +111,7 @@ void DuckDBStatement::ExtractAgain() {
   Extract();
   if (mStatementCount != count) {
     ReleaseExtracted();
-    lumora::ThrowDuckDBError(mDatabase, text::kPrepare);
+    lumora::ThrowError(mDatabase, text::kPrepare);
   }
   mNextIndex = next;
 }
@@ -138,7 +138,7 @@ void DuckDBStatement::PreparePiece() {
     std::string const message = TextOr(duckdb_prepare_error(mPrepared.get()), text::kPrepare);
     mLastResult.reset();
     mPrepared.reset();
-    lumora::ThrowDuckDBError(mDatabase, message);
+    lumora::ThrowError(mDatabase, message);
   }
   mParameterTypes = std::make_shared<lumora::ParameterTypes const>(
       mPrepared.get(), StFromUTF16(mCurrentSql, GetConverter_UTF8()));

@@ -39,9 +39,8 @@ void DuckDBStatement::RunRows(std::uint64_t* outRowsChanged) {
 void DuckDBStatement::RunOnce(std::uint64_t* outRowsChanged) {
   if (!mPrepared) return;
   if (duckdb_execute_prepared(mPrepared.get(), mLastResult.out()) != DuckDBSuccess) {
-    lumora::ThrowDuckDBError(
-        mDatabase,
-        lumora::duckdb_c::TextOr(duckdb_result_error(mLastResult.ptr()), text::kExecuteUnknown));
+    lumora::ThrowError(mDatabase, lumora::duckdb_c::TextOr(duckdb_result_error(mLastResult.ptr()),
+                                                           text::kExecuteUnknown));
   }
   if (outRowsChanged &&
       duckdb_result_return_type(mLastResult.get()) == DUCKDB_RESULT_TYPE_CHANGED_ROWS) {

@@ -24,7 +24,7 @@ duckdb_c::ValueHandle MakeParameter(tarn::I_Value* inValue, std::uint32_t inInde
     if (!inTypes) return MakeDuckDBValue(inValue);
     return inTypes->MakeValue(inIndex, inValue);
   } catch (ValueError const& error) {
-    ThrowDuckDBError(inDatabase, error.what());
+    ThrowError(inDatabase, error.what());
   }
 }
 
@@ -34,18 +34,18 @@ void BindRow(duckdb_c::PreparedHandle const& inPrepared, tarn::ValueRow const* i
              I_DatabaseLink* const& inDatabase, std::shared_ptr<ParameterTypes const> inTypes) {
   if (!inPrepared) return;
   if (duckdb_clear_bindings(inPrepared.get()) != DuckDBSuccess) {
-    ThrowDuckDBError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),
-                                                  statement_text::kClearBindings));
+    ThrowError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),
+                                            statement_text::kClearBindings));
   }
   if (!inRow) return;
   idx_t const parameters = duckdb_nparams(inPrepared.get());
   for (std::uint32_t i = 0; i < inRow->get_Count(); ++i) {
     tarn::smart_ptr<tarn::I_Value> const element = inRow->get_Item(i);
     auto const value = MakeParameter(element.get(), i, inTypes.get(), inDatabase);
-    if (i >= parameters) ThrowDuckDBError(inDatabase, NoSuchParameter(i + 1, parameters));
+    if (i >= parameters) ThrowError(inDatabase, NoSuchParameter(i + 1, parameters));
     if (duckdb_bind_value(inPrepared.get(), i + 1, value.get()) != DuckDBSuccess) {
-      ThrowDuckDBError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),
-                                                    statement_text::kBindParameter));
+      ThrowError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),
+                                              statement_text::kBindParameter));
     }
   }
 }

@@ -15,15 +15,14 @@ Results RunWithParameters(I_DatabaseLink& inDatabase, duckdb_connection inConnec
                           std::string const& inSql, tarn::ValueRow const& inParameters) {
   duckdb_c::PreparedHandle prepared;
   if (duckdb_prepare(inConnection, inSql.c_str(), prepared.out()) != DuckDBSuccess) {
-    ThrowDuckDBError(&inDatabase,
-                     TextOr(duckdb_prepare_error(prepared.get()), statement_text::kPrepare));
+    ThrowError(&inDatabase, TextOr(duckdb_prepare_error(prepared.get()), statement_text::kPrepare));
   }
   I_DatabaseLink* const database = &inDatabase;
   BindRow(prepared, &inParameters, database);
   Results results(1);
   if (duckdb_execute_prepared(prepared.get(), results[0].out()) != DuckDBSuccess) {
-    ThrowDuckDBError(&inDatabase, TextOr(duckdb_result_error(results[0].ptr()),
-                                         statement_text::kExecutePrepared));
+    ThrowError(&inDatabase,
+               TextOr(duckdb_result_error(results[0].ptr()), statement_text::kExecutePrepared));
   }
   return results;
 }
@@ -33,8 +32,8 @@ duckdb_c::ResultHandle RunExtracted(I_DatabaseLink& inDatabase, duckdb_connectio
   duckdb_c::PreparedHandle prepared;
   if (duckdb_prepare_extracted_statement(inConnection, inExtracted, inIndex, prepared.out()) !=
       DuckDBSuccess) {
-    ThrowDuckDBError(&inDatabase, TextOr(duckdb_prepare_error(prepared.get()),
-                                         statement_text::kPrepareExtracted));
+    ThrowError(&inDatabase,
+               TextOr(duckdb_prepare_error(prepared.get()), statement_text::kPrepareExtracted));
   }
   duckdb_c::ResultHandle result;
   if (duckdb_execute_prepared(prepared.get(), result.out()) != DuckDBSuccess) {
@@ -43,7 +42,7 @@ duckdb_c::ResultHandle RunExtracted(I_DatabaseLink& inDatabase, duckdb_connectio
     result.reset();
     duckdb_c::ResultHandle rollback;
     (void)duckdb_query(inConnection, "ROLLBACK", rollback.out());
-    ThrowDuckDBError(&inDatabase, message);
+    ThrowError(&inDatabase, message);
   }
   return result;
 }
@@ -53,8 +52,8 @@ Results RunScript(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
   duckdb_c::ExtractedHandle extracted;
   idx_t const count = duckdb_extract_statements(inConnection, inSql.c_str(), extracted.out());
   if (count == 0) {
-    ThrowDuckDBError(&inDatabase, TextOr(duckdb_extract_statements_error(extracted.get()),
-                                         statement_text::kExtract));
+    ThrowError(&inDatabase,
+               TextOr(duckdb_extract_statements_error(extracted.get()), statement_text::kExtract));
   }
   Results results;
   results.reserve(count);
@@ -69,7 +68,7 @@ Results RunScript(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
 Results RunStatements(I_DatabaseLink& inDatabase, std::string const& inSql,
                       tarn::ValueRow const* inParameters) {
   auto const connection = inDatabase.get_Connection();
-  if (!connection) ThrowDuckDBError(&inDatabase, statement_text::kDatabaseNotOpen);
+  if (!connection) ThrowError(&inDatabase, statement_text::kDatabaseNotOpen);
   RefuseNul(&inDatabase, inSql);
   if (inParameters && inParameters->get_Count() != 0) {
     return RunWithParameters(inDatabase, connection->get(), inSql, *inParameters);

@@ -20,7 +20,6 @@ inline constexpr char kUnknown[] = "unknown";
 inline constexpr char kVariant[] = "variant";
 inline constexpr char kDatabaseInvalid[] = "DuckDBDatabase is invalid";
 inline constexpr char kDatabaseNotOpen[] = "DuckDBDatabase is not open";
-inline constexpr char kNotOfThisDatabase[] = "DuckDBStatement does not belong to this database";
 inline constexpr char kNulInSql[] = "The SQL text holds a NUL character";
 inline constexpr char kPrepare[] = "Failed to prepare statement";
 inline constexpr char kPrepareExtracted[] = "Failed to prepare extracted statement";
@@ -48,8 +47,8 @@ inline constexpr char kDateTimeOutOfRange[] = "A date or time part is out of ran
 tarn::String PathOf(I_DatabaseLink* inDatabase);
 
 // xDuckDBError 0x72501. A path that is empty is told as "unknown". The message is UTF-8.
-[[noreturn]] void ThrowDuckDBError(tarn::String const& inPath, std::string const& inMessage);
-[[noreturn]] void ThrowDuckDBError(I_DatabaseLink* inDatabase, std::string const& inMessage);
+[[noreturn]] void ThrowError(tarn::String const& inPath, std::string const& inMessage);
+[[noreturn]] void ThrowError(I_DatabaseLink* inDatabase, std::string const& inMessage);
 
 // ("unknown", "DuckDBDatabase is invalid")
 [[noreturn]] void ThrowDatabaseInvalid();

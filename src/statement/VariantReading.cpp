@@ -20,7 +20,7 @@ using duckdb_c::TypeId;
 using duckdb_c::ValueHandle;
 
 [[noreturn]] void ThrowVariantError(std::string const& inMessage) {
-  ThrowDuckDBError(tarn::String(statement_text::kVariant), inMessage);
+  ThrowError(tarn::String(statement_text::kVariant), inMessage);
 }
 
 ValueHandle Cast(ValueHandle const& inValue, LogicalTypeHandle const& inType,
