@@ -66,12 +66,16 @@ endfunction()
 # --- unit: one executable a room ------------------------------------------------------------------------
 foreach(_room IN ITEMS host duckdb_c cursor statement database procedures extension shell)
     lumora_glob(_sources tests/unit/${_room}/*.cpp)
-    if(_sources)
+    # The unit tests of our host know its inside.
+    if(_sources AND NOT (_room STREQUAL "host" AND LUMORA_HOST_ROOT))
         set(_libraries room_${_room})
         if(_room STREQUAL "host")
             set(_libraries LShared)
         endif()
         lumora_test(unit_${_room} unit 900 LIBRARIES ${_libraries} SOURCES ${_sources})
+        if(_room STREQUAL "host")
+            target_include_directories(unit_host PRIVATE "${CMAKE_SOURCE_DIR}/host/src")
+        endif()
     endif()
 endforeach()
 

@@ -52,7 +52,7 @@ TTo ConvertNumber(TFrom inValue) noexcept {
   } else if constexpr (std::is_same_v<TFrom, bool>) {
     return static_cast<TTo>(inValue ? 1 : 0);
   } else if constexpr (std::is_same_v<TTo, bool>) {
-    return inValue == inValue && inValue != 0;
+    return inValue == inValue && inValue != 0;  // NOLINT(misc-redundant-expression): not a NaN
   } else if constexpr (std::is_same_v<TTo, float> && std::is_same_v<TFrom, double>) {
     return ClampFloat(inValue);
   } else if constexpr (std::is_floating_point_v<TTo>) {

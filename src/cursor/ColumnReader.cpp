@@ -55,6 +55,7 @@ double DecimalToDouble(T inDigits, std::uint8_t inScale) {
   if (inScale == 0 || (digits >= -kExact && digits <= kExact)) {
     return static_cast<double>(digits) / static_cast<double>(power);
   }
+  // NOLINTNEXTLINE(bugprone-integer-division): the whole part, the rest follows
   return static_cast<double>(digits / power) +
          static_cast<double>(digits % power) / static_cast<double>(power);
 }

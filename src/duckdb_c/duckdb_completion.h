@@ -6,8 +6,8 @@
 
 // Calls in DuckDB's own style that the stock library does not have, built on its public C API
 // alone. DuckDB's manners hold: a null handle in gives null out, values are destroyed by the
-// caller with duckdb_destroy_value, texts and error texts freed with duckdb_free. They may be called
-// from any thread; a handle is used by one thread at a time. None of them throws.
+// caller with duckdb_destroy_value, texts and error texts freed with duckdb_free. They may be
+// called from any thread; a handle is used by one thread at a time. None of them throws.
 extern "C" {
 
 // The cell as a value of its column's exact type, nested to any depth. A NULL cell is a null value.

@@ -31,7 +31,8 @@ duckdb_c::ValueHandle MakeParameter(tarn::I_Value* inValue, std::uint32_t inInde
 }  // namespace
 
 void BindRow(duckdb_c::PreparedHandle const& inPrepared, tarn::ValueRow const* inRow,
-             I_DatabaseLink* const& inDatabase, std::shared_ptr<ParameterTypes const> inTypes) {
+             I_DatabaseLink* const& inDatabase,
+             std::shared_ptr<ParameterTypes const> const& inTypes) {
   if (!inPrepared) return;
   if (duckdb_clear_bindings(inPrepared.get()) != DuckDBSuccess) {
     ThrowError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),

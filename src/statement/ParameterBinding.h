@@ -23,6 +23,7 @@ namespace lumora {
 // "Failed to clear statement bindings", "Failed to bind statement parameter" or ValueError's text);
 // an envelope's as ReadVariantEnvelope tells.
 void BindRow(duckdb_c::PreparedHandle const& inPrepared, tarn::ValueRow const* inRow,
-             I_DatabaseLink* const& inDatabase, std::shared_ptr<ParameterTypes const> inTypes = {});
+             I_DatabaseLink* const& inDatabase,
+             std::shared_ptr<ParameterTypes const> const& inTypes = {});
 
 }  // namespace lumora
