@@ -2,6 +2,7 @@
 
 #include <duckdb.h>
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -87,6 +88,17 @@ class ResultHandle {
 };
 
 namespace detail {
+// Told of every set of extracted statements before it is released, so that what is remembered
+// beside the handle goes with it. Null as long as nothing is.
+inline std::atomic<void (*)(duckdb_extracted_statements) noexcept> gOnExtractedReleased{nullptr};
+
+// Hazard: once released, the same address may come back from another thread's extraction; hence the
+// order.
+inline void ReleaseExtracted(duckdb_extracted_statements* ioStatements) noexcept {
+  if (auto* const forget = gOnExtractedReleased.load()) forget(*ioStatements);
+  duckdb_destroy_extracted(ioStatements);
+}
+
 inline void FreeText(char** ioText) noexcept { duckdb_free(*ioText); }
 inline void FreeBytes(void** ioBytes) noexcept { duckdb_free(*ioBytes); }
 inline void FreeSelection(duckdb_selection_vector* ioSelection) noexcept {
@@ -101,10 +113,11 @@ using DatabaseHandle = Handle<duckdb_database, duckdb_close>;
 using ConnectionHandle = Handle<duckdb_connection, duckdb_disconnect>;
 using ConfigHandle = Handle<duckdb_config, duckdb_destroy_config>;
 using PreparedHandle = Handle<duckdb_prepared_statement, duckdb_destroy_prepare>;
-using ExtractedHandle = Handle<duckdb_extracted_statements, duckdb_destroy_extracted>;
+using ExtractedHandle = Handle<duckdb_extracted_statements, detail::ReleaseExtracted>;
 using ChunkHandle = Handle<duckdb_data_chunk, duckdb_destroy_data_chunk>;
 using ValueHandle = Handle<duckdb_value, duckdb_destroy_value>;
 using LogicalTypeHandle = Handle<duckdb_logical_type, duckdb_destroy_logical_type>;
+using PendingHandle = Handle<duckdb_pending_result, duckdb_destroy_pending>;
 using VectorHandle = Handle<duckdb_vector, duckdb_destroy_vector>;
 using SelectionHandle = Handle<duckdb_selection_vector, detail::FreeSelection>;
 using TableFunctionHandle = Handle<duckdb_table_function, duckdb_destroy_table_function>;
