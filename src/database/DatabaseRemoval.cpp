@@ -16,7 +16,8 @@ using duckdb_c::FileKind;
 
 namespace {
 
-constexpr std::array<char const*, 3> kLogs = {".wal", ".wal.checkpoint", ".wal.recovery"};
+constexpr std::array<char const*, 5> kLeftovers = {".wal", ".wal.checkpoint", ".wal.recovery",
+                                                   ".creating", ".creating.wal"};
 constexpr char const* kTemporaryFolder = ".tmp";
 constexpr char const* kTemporaryFile = "duckdb_temp_";
 
@@ -29,9 +30,9 @@ std::string RemoveFile(std::string const& inPath) {
   return {};
 }
 
-std::string RemoveLogs(std::string const& inPath) {
+std::string RemoveLeftovers(std::string const& inPath) {
   std::error_code error;
-  for (char const* const suffix : kLogs) {
+  for (char const* const suffix : kLeftovers) {
     std::string const path = inPath + suffix;
     if (!fs::is_regular_file(duckdb_c::PathOf(path), error)) continue;
     if (std::string why = RemoveFile(path); !why.empty()) return why;
@@ -67,7 +68,7 @@ std::string RemoveDatabaseFiles(std::string const& inPath) {
     if (std::string why = RemoveFile(status.mPath); !why.empty()) return why;
   }
   for (std::string const& path : {status.mPath, inPath}) {
-    if (std::string why = RemoveLogs(path); !why.empty()) return why;
+    if (std::string why = RemoveLeftovers(path); !why.empty()) return why;
     RemoveTemporaryFiles(path);
   }
   return {};

@@ -196,8 +196,8 @@ void DuckDBDatabase::UnregisterStatement(I_DuckDBStatement* inStatement) {
   if (mIsClosingChildren) return;
   CheckOpen();
   if (!mStatements.Remove(inStatement)) Throw(lumora::kForeignStatement);
-  // It must not outlive this database with a pointer to it. Nothing happens when it is the statement
-  // itself that leaves.
+  // It must not outlive this database with a pointer to it. Nothing happens when it is the
+  // statement itself that leaves.
   inStatement->Close();
 }
 

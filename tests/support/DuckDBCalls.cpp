@@ -16,9 +16,12 @@ constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 struct CallState {
   std::atomic<std::uint64_t> mCount{0};
   std::atomic<std::int64_t> mSuccessesLeft{kNever};
+  std::atomic<std::int64_t> mFailures{0};
 };
 
 std::array<CallState, static_cast<std::size_t>(Call::kCount)> gCalls;
+std::atomic<std::int64_t> gConfigs{0};
+std::atomic<std::int64_t> gDatabases{0};
 std::atomic<std::int64_t> gConnections{0};
 std::atomic<std::int64_t> gPrepared{0};
 std::atomic<std::int64_t> gExtracted{0};
@@ -31,7 +34,8 @@ bool Fails(Call inCall) {
   CallState& state = StateOf(inCall);
   ++state.mCount;
   if (state.mSuccessesLeft.load() == kNever) return false;
-  return state.mSuccessesLeft.fetch_sub(1) <= 0;
+  std::int64_t const left = state.mSuccessesLeft.fetch_sub(1);
+  return left <= 0 && left > -state.mFailures.load();
 }
 
 template <typename TFunction>
@@ -65,7 +69,35 @@ duckdb_state CountPrepared(duckdb_state inState, duckdb_prepared_statement const
 
 extern "C" {
 
+duckdb_state duckdb_create_config(duckdb_config* out_config) {
+  if (Fails(Call::kCreateConfig)) return DuckDBError;
+  duckdb_state const state = LUMORA_NEXT(duckdb_create_config)(out_config);
+  if (state == DuckDBSuccess) ++gConfigs;
+  return state;
+}
+duckdb_state duckdb_set_config(duckdb_config config, const char* name, const char* option) {
+  if (Fails(Call::kSetConfig)) return DuckDBError;
+  return LUMORA_NEXT(duckdb_set_config)(config, name, option);
+}
+void duckdb_destroy_config(duckdb_config* config) {
+  Forget(gConfigs, config);
+  LUMORA_NEXT(duckdb_destroy_config)(config);
+}
+
+duckdb_state duckdb_open_ext(const char* path, duckdb_database* out_database, duckdb_config config,
+                             char** out_error) {
+  if (Fails(Call::kOpen)) return DuckDBError;
+  duckdb_state const state = LUMORA_NEXT(duckdb_open_ext)(path, out_database, config, out_error);
+  if (state == DuckDBSuccess) ++gDatabases;
+  return state;
+}
+void duckdb_close(duckdb_database* database) {
+  Forget(gDatabases, database);
+  LUMORA_NEXT(duckdb_close)(database);
+}
+
 duckdb_state duckdb_connect(duckdb_database database, duckdb_connection* out_connection) {
+  if (Fails(Call::kConnect)) return DuckDBError;
   duckdb_state const state = LUMORA_NEXT(duckdb_connect)(database, out_connection);
   if (state == DuckDBSuccess) ++gConnections;
   return state;
@@ -77,6 +109,7 @@ void duckdb_disconnect(duckdb_connection* connection) {
 
 duckdb_state duckdb_query(duckdb_connection connection, const char* query,
                           duckdb_result* out_result) {
+  if (Fails(Call::kQuery)) return DuckDBError;
   return CountResult(LUMORA_NEXT(duckdb_query)(connection, query, out_result), out_result);
 }
 duckdb_state duckdb_execute_prepared(duckdb_prepared_statement prepared,
@@ -134,12 +167,15 @@ duckdb_state duckdb_bind_value(duckdb_prepared_statement prepared, idx_t index,
 namespace lumora::test {
 
 HandleCounts get_LiveHandles() {
-  return {gConnections.load(), gPrepared.load(), gExtracted.load(), gResults.load()};
+  return {gConfigs.load(),  gDatabases.load(), gConnections.load(),
+          gPrepared.load(), gExtracted.load(), gResults.load()};
 }
 
 std::uint64_t get_CallCount(Call inCall) { return StateOf(inCall).mCount.load(); }
 
-FailingCall::FailingCall(Call inCall, std::int64_t inSuccesses) : mCall(inCall) {
+FailingCall::FailingCall(Call inCall, std::int64_t inSuccesses, std::int64_t inFailures)
+    : mCall(inCall) {
+  StateOf(inCall).mFailures = inFailures;
   StateOf(inCall).mSuccessesLeft = inSuccesses;
 }
 FailingCall::~FailingCall() { StateOf(mCall).mSuccessesLeft = kNever; }

@@ -10,6 +10,8 @@ namespace lumora::test {
 
 // How many handles DuckDB gave out that were not given back.
 struct HandleCounts {
+  std::int64_t mConfigs = 0;
+  std::int64_t mDatabases = 0;
   std::int64_t mConnections = 0;
   std::int64_t mPrepared = 0;
   std::int64_t mExtracted = 0;
@@ -17,7 +19,8 @@ struct HandleCounts {
 
   friend bool operator==(HandleCounts const&, HandleCounts const&) = default;
   friend std::ostream& operator<<(std::ostream& ioStream, HandleCounts const& inCounts) {
-    return ioStream << "{connections " << inCounts.mConnections << ", prepared "
+    return ioStream << "{configs " << inCounts.mConfigs << ", databases " << inCounts.mDatabases
+                    << ", connections " << inCounts.mConnections << ", prepared "
                     << inCounts.mPrepared << ", extracted " << inCounts.mExtracted << ", results "
                     << inCounts.mResults << "}";
   }
@@ -25,6 +28,11 @@ struct HandleCounts {
 HandleCounts get_LiveHandles();
 
 enum class Call {
+  kCreateConfig,
+  kSetConfig,
+  kOpen,
+  kConnect,
+  kQuery,
   kPrepare,
   kPrepareExtracted,
   kExtract,
@@ -40,8 +48,9 @@ std::uint64_t get_CallCount(Call inCall);
 // While it lives, that call fails without reaching DuckDB, and gives no text.
 class FailingCall {
  public:
-  // The first inSuccesses calls succeed.
-  explicit FailingCall(Call inCall, std::int64_t inSuccesses = 0);
+  static constexpr std::int64_t kAll = std::int64_t{1} << 40;
+  // The first inSuccesses calls succeed, and those after inFailures failures.
+  explicit FailingCall(Call inCall, std::int64_t inSuccesses = 0, std::int64_t inFailures = kAll);
   ~FailingCall();
   FailingCall(FailingCall const&) = delete;
   FailingCall& operator=(FailingCall const&) = delete;

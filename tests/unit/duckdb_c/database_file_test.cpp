@@ -1,5 +1,6 @@
 #include "duckdb_c/DatabaseFile.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -124,6 +125,30 @@ TEST(DatabaseFile, AnUnknownSettingIsDuckDbsErrorAndLeavesNothing) {
   EXPECT_FALSE(OpenDatabaseFile({folder.At("a.db"), Access::kReadWrite, config.get()}, error));
   EXPECT_THAT(error, HasSubstr("no_such_option"));
   EXPECT_THAT(folder.Names(), IsEmpty());
+}
+
+TEST(DatabaseFile, AnEmptyFileBecomesADatabaseUnlessALogOrALockSaysThatItIsNone) {
+  TempFolder folder;
+  std::string const path = folder.Write("a.db", "");
+  EXPECT_THAT(ErrorOf(path, Access::kReadOnly), HasSubstr("not a valid DuckDB database file"));
+  folder.Write("a.db.wal", "log");
+  EXPECT_THAT(ErrorOf(path), HasSubstr("not a valid DuckDB database file"));
+  fs::remove(folder.At("a.db.wal"));
+  {
+    lumora::test::ForeignLock const lock(path, true);
+    EXPECT_THAT(ErrorOf(path), HasSubstr(fmt::format("PID {}", lock.get_ProcessId())));
+    EXPECT_EQ(fs::file_size(path), 0U);
+  }
+  EXPECT_TRUE(OpenOrFail(path));
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("a.db"));
+}
+
+TEST(DatabaseFile, ANewFileTakesThePlaceOfWhatAKilledCreationLeft) {
+  TempFolder folder;
+  folder.Write("a.db.creating", "half of a header");
+  folder.Write("a.db.creating.wal", "log");
+  EXPECT_TRUE(OpenOrFail(folder.At("a.db")));
+  EXPECT_THAT(folder.Names(), testing::ElementsAre("a.db"));
 }
 
 TEST(DatabaseFile, UsersOfOneFileShareOneInstanceUnderAnyName) {
