@@ -6,36 +6,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <map>
 #include <stdexcept>
 
 extern char** environ;
 
 namespace lumora::test {
 
-namespace {
-
-std::map<std::string, ChildJob::Function>& Jobs() {
-  static std::map<std::string, ChildJob::Function> jobs;
-  return jobs;
-}
-
-}  // namespace
-
-ChildJob::ChildJob(char const* inName, Function inFunction) { Jobs()[inName] = inFunction; }
-
-int ChildJob::Run(std::string const& inName, Arguments const& inArguments) {
-  auto const job = Jobs().find(inName);
-  if (job == Jobs().end()) throw std::runtime_error("no job " + inName);
-  return job->second(inArguments);
-}
-
-ChildProcess::ChildProcess(std::string const& inJob, Arguments const& inArguments) {
+RunningChild::RunningChild(std::vector<std::string> const& inArguments) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   std::string self = "/proc/self/exe";
-  Arguments arguments = {"--child", inJob};
-  arguments.insert(arguments.end(), inArguments.begin(), inArguments.end());
+  std::vector<std::string> arguments = inArguments;
   std::vector<char*> pointers = {self.data()};
   for (std::string& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
@@ -50,7 +31,7 @@ ChildProcess::ChildProcess(std::string const& inJob, Arguments const& inArgument
   if (error != 0) throw std::runtime_error("no child process");
 }
 
-ChildProcess::~ChildProcess() {
+RunningChild::~RunningChild() {
   if (mProcess > 0) {
     Kill();
     waitpid(mProcess, nullptr, 0);
@@ -58,7 +39,7 @@ ChildProcess::~ChildProcess() {
   close(mOutput);
 }
 
-std::string ChildProcess::ReadLine() {
+std::string RunningChild::ReadLine() {
   for (;;) {
     std::size_t const end = mBuffer.find('\n');
     if (end != std::string::npos) {
@@ -73,9 +54,9 @@ std::string ChildProcess::ReadLine() {
   }
 }
 
-void ChildProcess::Kill() { kill(mProcess, SIGKILL); }
+void RunningChild::Kill() { kill(mProcess, SIGKILL); }
 
-ChildResult ChildProcess::Wait() {
+ChildResult RunningChild::Wait() {
   char bytes[4096];
   for (ssize_t count; (count = read(mOutput, bytes, sizeof bytes)) > 0;) {
     mBuffer.append(bytes, static_cast<std::size_t>(count));
@@ -90,8 +71,8 @@ ChildResult ChildProcess::Wait() {
   return result;
 }
 
-ChildResult RunChild(std::string const& inJob, Arguments const& inArguments) {
-  return ChildProcess(inJob, inArguments).Wait();
+ChildResult RunSelf(std::vector<std::string> const& inArguments) {
+  return RunningChild(inArguments).Wait();
 }
 
 }  // namespace lumora::test

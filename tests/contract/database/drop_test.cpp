@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "support/DatabaseTest.h"
+#include "contract/database/DatabaseTest.h"
 #include "support/FileLock.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "support/DatabaseTest.h"
+#include "contract/database/DatabaseTest.h"
 
 namespace {
 

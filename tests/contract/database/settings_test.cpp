@@ -1,6 +1,6 @@
 #include <vector>
 
-#include "support/DatabaseTest.h"
+#include "contract/database/DatabaseTest.h"
 
 namespace {
 

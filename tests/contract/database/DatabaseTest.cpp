@@ -1,4 +1,4 @@
-#include "support/DatabaseTest.h"
+#include "contract/database/DatabaseTest.h"
 
 #include <stdexcept>
 
