@@ -12,7 +12,10 @@ namespace lumora::shell {
 namespace {
 
 std::string NumberText(std::string const& inText) {
-  // NaN and the infinities are no JSON numbers.
+  if (inText == "nan") return "\"NaN\"";
+  if (inText == "inf") return "\"Infinity\"";
+  if (inText == "-inf") return "\"-Infinity\"";
+  // A text that is no JSON number must not make the document unreadable.
   return nlohmann::json::accept(inText) ? inText : JsonString(inText);
 }
 

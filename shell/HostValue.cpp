@@ -100,8 +100,7 @@ std::string PackedTimeText(std::uint32_t inPacked) {
 }
 
 std::string DoubleText(double inValue) {
-  if (std::isnan(inValue)) return "NaN";
-  if (std::isinf(inValue)) return inValue < 0 ? "-Infinity" : "Infinity";
+  if (std::isnan(inValue)) return "nan";
   return fmt::format("{}", inValue);
 }
 

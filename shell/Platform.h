@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdio>
 #include <string>
 
 // What differs between operating systems, in one place.
@@ -25,12 +24,6 @@ struct ScreenSize {
   std::size_t mRows = 0;
 };
 ScreenSize get_ScreenSize();
-
-// A shell command that reads what is written; null when it cannot be started.
-std::FILE* OpenPipe(std::string const& inCommand);
-// Waits for the command's end.
-void ClosePipe(std::FILE* inPipe);
-int FileNumber(std::FILE* inFile);
 
 // A write to a closed pipe becomes an error of that write.
 void IgnoreClosedPipes();

@@ -23,12 +23,14 @@ class ValueList {
     mOwned.push_back(std::move(inValue));
     return true;
   }
-  duckdb_value* data() noexcept { return mBare.data(); }
+  // Never null: DuckDB refuses a null list even where it is empty.
+  duckdb_value* data() noexcept { return mBare.empty() ? &mNone : mBare.data(); }
   idx_t size() const noexcept { return mBare.size(); }
 
  private:
   std::vector<ValueHandle> mOwned;
   std::vector<duckdb_value> mBare;
+  duckdb_value mNone = nullptr;
 };
 
 ValueHandle RebuildCell(duckdb_vector inVector, idx_t inRow);

@@ -61,7 +61,7 @@ std::shared_ptr<PrivateInstance> OpenInstance() {
       {"enable_external_access", "false"},
       {"autoinstall_known_extensions", "false"},
       {"autoload_known_extensions", "false"},
-      {"temp_directory", ""},
+      {"max_temp_directory_size", "0KB"},
   };
   for (auto const& [name, value] : kSettings) {
     if (duckdb_set_config(config.get(), name, value) != DuckDBSuccess) return nullptr;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "duckdb_c/EngineLockGuard.h"
+#include "duckdb_c/Extraction.h"
 #include "duckdb_c/duckdb_completion.h"
 #include "statement/InterfaceTable.h"
 #include "statement/ParameterBinding.h"
@@ -98,11 +99,13 @@ void DuckDBStatement::Extract() {
   auto const connection = get_Connection();
   lumora::RefuseNul(mDatabase, sql);
   ReleaseExtracted();
-  mStatementCount = duckdb_extract_statements(connection->get(), sql.c_str(), mExtracted.out());
-  if (mStatementCount != 0) return;
-  std::string const error = TextOr(duckdb_extract_statements_error(mExtracted.get()), "");
-  mExtracted.reset();
-  if (!error.empty()) lumora::ThrowError(mDatabase, error);
+  auto extraction = lumora::duckdb_c::ExtractStatements(connection->get(), sql);
+  if (extraction.mCount == 0) {
+    if (!extraction.mError.empty()) lumora::ThrowError(mDatabase, extraction.mError);
+    return;
+  }
+  mExtracted = std::move(extraction.mStatements);
+  mStatementCount = extraction.mCount;
 }
 
 void DuckDBStatement::ExtractAgain() {

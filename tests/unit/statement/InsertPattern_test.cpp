@@ -1,0 +1,78 @@
+#include "statement/InsertPattern.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+TEST(InsertPattern, IsFoundInPlainInserts) {
+  for (char const* const sql : {
+           "INSERT INTO t VALUES (?)",
+           "insert into t values($1)",
+           "Insert\n\tInto  t(a,b)\nVALUES ( ? , ? ) ; ",
+           "INSERT INTO s.t (\"a b\", c) VALUES ($2, $1)",
+           "INSERT INTO c.s.t VALUES (?1, ?2)",
+           "INSERT INTO \"we\"\"ird\".t VALUES ($name)",
+           "INSERT INTO t VALUES (?, 5, -1.5, 'a''b', NULL, DEFAULT, true, False)",
+           "INSERT INTO täble VALUES (?)",
+       }) {
+    EXPECT_TRUE(IsPlainInsert(sql)) << sql;
+  }
+}
+
+TEST(InsertPattern, IsNotFoundInAnythingElse) {
+  for (char const* const sql : {
+           "",
+           "INSERT",
+           "INSERT INTO",
+           "INSERT INTO t",
+           "INSERT INTO t VALUES",
+           "INSERT INTO t VALUES (",
+           "INSERT INTO t VALUES (?",
+           "INSERT INTO t VALUES ()",
+           "INSERT INTO t VALUES (?,)",
+           "INSERT INTO t VALUES (?) x",
+           "INSERT INTO t VALUES (?), (?)",
+           "INSERT INTO t VALUES (?) RETURNING *",
+           "INSERT INTO t VALUES (?) ON CONFLICT DO NOTHING",
+           "INSERT OR REPLACE INTO t VALUES (?)",
+           "INSERT INTO t SELECT ?",
+           "INSERT INTO t VALUES (typeof(?))",
+           "INSERT INTO t VALUES (? + 1)",
+           "INSERT INTO t VALUES (?::INTEGER)",
+           "INSERT INTO t VALUES (-?)",
+           "INSERT INTO t VALUES ((?))",
+           "INSERT INTO t VALUES ([?])",
+           "INSERT INTO t VALUES (a)",
+           "INSERT INTO t VALUES ($)",
+           "INSERT INTO t VALUES ('open, ?)",
+           "INSERT INTO \"open VALUES (?)",
+           "INSERT INTO t() VALUES (?)",
+           "INSERT INTO a.b.c.d VALUES (?)",
+           "INSERT INTO t AS x VALUES (?)",
+           "INSERT INTO t BY NAME VALUES (?)",
+           "INSERT INTO t /* why */ VALUES (?)",
+           "INSERT INTO t VALUES (?) -- why",
+           "INSERT INTO t VALUES (.)",
+           "INSERT INTO t VALUES (1e5)",
+           "INSERT INTO t VALUES (--1\n?)",
+           "WITH x AS (SELECT 1) INSERT INTO t VALUES (?)",
+           "UPDATE t SET a = ?",
+           "EXPLAIN INSERT INTO t VALUES (?)",
+           "INSERTINTO t VALUES (?)",
+           "INSERT INTO t VALUES (?);;",
+       }) {
+    EXPECT_FALSE(IsPlainInsert(sql)) << sql;
+  }
+}
+
+TEST(InsertPattern, SurvivesEveryPrefixOfALongText) {
+  std::string const whole = "INSERT INTO \"s\"\"x\".t (\"a\", b) VALUES ($1, ?2, 'x''y', -1.5)";
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    EXPECT_FALSE(IsPlainInsert(std::string_view(whole).substr(0, size))) << size;
+  }
+  EXPECT_TRUE(IsPlainInsert(whole));
+}
+
+}  // namespace
+}  // namespace lumora
