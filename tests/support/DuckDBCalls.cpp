@@ -26,6 +26,7 @@ std::atomic<std::int64_t> gConnections{0};
 std::atomic<std::int64_t> gPrepared{0};
 std::atomic<std::int64_t> gExtracted{0};
 std::atomic<std::int64_t> gResults{0};
+std::atomic<std::int64_t> gChunks{0};
 
 CallState& StateOf(Call inCall) { return gCalls[static_cast<std::size_t>(inCall)]; }
 
@@ -63,6 +64,11 @@ duckdb_state CountResult(duckdb_state inState, duckdb_result const* inResult) {
 duckdb_state CountPrepared(duckdb_state inState, duckdb_prepared_statement const* inPrepared) {
   if (inPrepared && *inPrepared) ++gPrepared;
   return inState;
+}
+
+duckdb_data_chunk CountChunk(duckdb_data_chunk inChunk) {
+  if (inChunk) ++gChunks;
+  return inChunk;
 }
 
 }  // namespace
@@ -122,6 +128,28 @@ void duckdb_destroy_result(duckdb_result* result) {
   LUMORA_NEXT(duckdb_destroy_result)(result);
 }
 
+duckdb_data_chunk duckdb_result_get_chunk(duckdb_result result, idx_t chunk_index) {
+  if (Fails(Call::kGetChunk)) return nullptr;
+  return CountChunk(LUMORA_NEXT(duckdb_result_get_chunk)(result, chunk_index));
+}
+duckdb_data_chunk duckdb_fetch_chunk(duckdb_result result) {
+  return CountChunk(LUMORA_NEXT(duckdb_fetch_chunk)(result));
+}
+duckdb_data_chunk duckdb_stream_fetch_chunk(duckdb_result result) {
+  return CountChunk(LUMORA_NEXT(duckdb_stream_fetch_chunk)(result));
+}
+duckdb_data_chunk duckdb_create_data_chunk(duckdb_logical_type* types, idx_t column_count) {
+  return CountChunk(LUMORA_NEXT(duckdb_create_data_chunk)(types, column_count));
+}
+void duckdb_destroy_data_chunk(duckdb_data_chunk* chunk) {
+  Forget(gChunks, chunk);
+  LUMORA_NEXT(duckdb_destroy_data_chunk)(chunk);
+}
+const char* duckdb_column_name(duckdb_result* result, idx_t column) {
+  if (Fails(Call::kColumnName)) return nullptr;
+  return LUMORA_NEXT(duckdb_column_name)(result, column);
+}
+
 duckdb_state duckdb_prepare(duckdb_connection connection, const char* query,
                             duckdb_prepared_statement* out_prepared) {
   if (Fails(Call::kPrepare)) return DuckDBError;
@@ -170,6 +198,8 @@ HandleCounts get_LiveHandles() {
   return {gConfigs.load(),  gDatabases.load(), gConnections.load(),
           gPrepared.load(), gExtracted.load(), gResults.load()};
 }
+
+std::int64_t get_LiveChunks() { return gChunks.load(); }
 
 std::uint64_t get_CallCount(Call inCall) { return StateOf(inCall).mCount.load(); }
 

@@ -26,6 +26,8 @@ struct HandleCounts {
   }
 };
 HandleCounts get_LiveHandles();
+// The same of data chunks.
+std::int64_t get_LiveChunks();
 
 enum class Call {
   kCreateConfig,
@@ -39,6 +41,8 @@ enum class Call {
   kExecutePrepared,
   kClearBindings,
   kBindValue,
+  kGetChunk,  // duckdb_result_get_chunk
+  kColumnName,
   kCount,
 };
 
