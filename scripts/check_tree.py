@@ -143,11 +143,24 @@ def check_assertions(tree):
     for name, text in tree.code("tests"):
         if not name.endswith(".cpp") or name.split("/")[1] not in ("unit", "contract", "load", "stress"):
             continue
-        if not ASSERTION.search(cpp_text.without_comments_and_literals(text)):
-            tree.breach(name, 1, "asserts nothing")
-        for function in cpp_text.functions(text):
-            if re.match(r"(TYPED_)?TEST(_F|_P)?\(", function.name) and not ASSERTION.search(function.body):
-                tree.breach(name, function.line, f"{function.name} asserts nothing")
+        tests = [f for f in cpp_text.functions(text) if re.match(r"(TYPED_)?TEST(_F|_P)?\(", f.name)]
+        code = cpp_text.without_comments_and_literals(text)
+        if len(tests) != len(re.findall(r"^\s*(?:TYPED_)?TEST(?:_F|_P)?\s*\(", code, re.MULTILINE)):
+            tree.breach(name, 1, "its tests could not all be read")
+        for test in tests:
+            if not ASSERTION.search(test.body):
+                tree.breach(name, test.line, f"{test.name} asserts nothing")
+        # A file without tests is a fixture or a main beside files that have some.
+        if not tests and not _has_tests_beside(tree, name):
+            tree.breach(name, 1, "has no test, and none is beside it")
+
+
+def _has_tests_beside(tree, name):
+    folder = name.rsplit("/", 1)[0]
+    return folder != "tests/stress" and any(
+        other != name and other.rsplit("/", 1)[0] == folder and re.search(r"\bTEST(_F|_P)?\s*\(", text)
+        for other, text in tree.code("tests")
+    )
 
 
 def check_headers(tree):
@@ -191,8 +204,9 @@ def main(arguments):
         print(f"remark: {remark}")
     for breach in tree.breaches:
         print(f"breach: {breach}")
-    files = len(list(tree.code(*CODE_FOLDERS)))
-    print(f"check_tree: {files} files of code, {len(tree.breaches)} breaches, {len(tree.remarks)} remarks")
+    code = [text for _, text in tree.code(*CODE_FOLDERS)]
+    functions = sum(len(cpp_text.functions(text)) for text in code)
+    print(f"check_tree: {len(code)} files, {functions} functions, {len(tree.breaches)} breaches, {len(tree.remarks)} remarks")
     return 1 if tree.breaches else 0
 
 

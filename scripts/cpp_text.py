@@ -23,6 +23,10 @@ def _blank(match):
     return '""' + lines if text.endswith(('"', "'")) else " " + lines
 
 
+def _only_lines(match):
+    return "\n" * match.group(0).count("\n")
+
+
 def without_comments_and_literals(text):
     """The code alone; a literal becomes an empty string, and every line stays where it was."""
     return _LITERALS.sub(_blank, text)
@@ -48,7 +52,7 @@ class Function:
 
 def functions(text):
     """Every function body of the text, in order."""
-    code = _DIRECTIVE.sub(_blank, without_comments_and_literals(text))
+    code = _DIRECTIVE.sub(_only_lines, without_comments_and_literals(text))
     found = []
     scopes = []  # kind, header, line and position of each open brace
     header_start = 0

@@ -25,6 +25,8 @@
 // The process's pool, for the library's own code.
 namespace tarn::pool {
 
+inline constexpr bool kPlain = TARN_PLAIN_POOL != 0;
+
 // The calling thread's cache; null before its first allocation and after the end of its life.
 extern TARN_FAST_TLS thread_local constinit ThreadCache* tCache;
 
@@ -32,24 +34,20 @@ void* AllocateSlow(std::size_t inClass);
 void FreeSlow(void* inMemory, std::size_t inClass) noexcept;
 
 inline void* Allocate(std::size_t inSize) {
-#if !TARN_PLAIN_POOL
-  if (inSize <= kLargest) [[likely]] {
+  if (!kPlain && inSize <= kLargest) [[likely]] {
     ThreadCache* const cache = tCache;
     return cache ? cache->Allocate(ClassOf(inSize)) : AllocateSlow(ClassOf(inSize));
   }
-#endif
   return ::operator new(inSize);
 }
 
-inline void Free(void* inMemory, [[maybe_unused]] std::size_t inSize) noexcept {
-#if !TARN_PLAIN_POOL
-  if (inSize <= kLargest) [[likely]] {
+inline void Free(void* inMemory, std::size_t inSize) noexcept {
+  if (!kPlain && inSize <= kLargest) [[likely]] {
     if (!inMemory) return;
     ThreadCache* const cache = tCache;
     cache ? cache->Free(inMemory, ClassOf(inSize)) : FreeSlow(inMemory, ClassOf(inSize));
     return;
   }
-#endif
   ::operator delete(inMemory);
 }
 

@@ -2,11 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "duckdb_c/FileRegistry.h"
 
 namespace lumora::duckdb_c {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -110,7 +114,7 @@ std::string Refusal(OpenRequest const& inRequest, FileStatus const& inStatus) {
 
 // DuckDB takes storage options for a new file in an ATTACH alone. The private instance needs no
 // configuration: it runs nothing else, and external access must not be off in it.
-bool MakeFile(OpenRequest const& inRequest, std::string const& inPath, std::string& outError) {
+bool RunAttach(std::string const& inSql, std::string& outError) {
   DatabaseHandle const handle = OpenInstance(":memory:", nullptr, outError);
   if (!handle) return false;
   ConnectionHandle connection;
@@ -118,11 +122,61 @@ bool MakeFile(OpenRequest const& inRequest, std::string const& inPath, std::stri
     outError = "Failed to create DuckDB connection";
     return false;
   }
-  std::string const sql = BuildAttachSql(inPath, inRequest.mStorageVersion, inRequest.mBlockSize);
   ResultHandle result;
-  if (duckdb_query(connection.get(), sql.c_str(), result.out()) == DuckDBSuccess) return true;
+  if (duckdb_query(connection.get(), inSql.c_str(), result.out()) == DuckDBSuccess) return true;
   outError = TextOr(duckdb_result_error(result.ptr()), "");
   return false;
+}
+
+// The caller asked for another path than the one that DuckDB speaks of.
+std::string Renamed(std::string ioText, std::string const& inFrom, std::string const& inTo) {
+  for (std::size_t at = 0; (at = ioText.find(inFrom, at)) != ioText.npos; at += inTo.size()) {
+    ioText.replace(at, inFrom.size(), inTo);
+  }
+  return ioText;
+}
+
+void RemoveNew(std::string const& inPath) {
+  std::error_code ignored;
+  for (char const* const suffix : {"", ".wal"}) fs::remove(PathOf(inPath + suffix), ignored);
+}
+
+// Makes the file beside its place and moves it there. DuckDB writes a new file in steps, and one
+// that is left in the middle of them (a kill, a full disk) can never be opened.
+bool MakeFile(OpenRequest const& inRequest, std::string const& inPath, std::string& outError) {
+  std::string const path = inPath + kCreatingSuffix;
+  RemoveNew(path);
+  bool const options = !inRequest.mStorageVersion.empty() || inRequest.mBlockSize != 0;
+  bool const made =
+      options ? RunAttach(BuildAttachSql(path, inRequest.mStorageVersion, inRequest.mBlockSize),
+                          outError)
+              : static_cast<bool>(OpenInstance(path, inRequest.mConfig, outError));
+  std::error_code error;
+  if (made) fs::rename(PathOf(path), PathOf(inPath), error);
+  if (error)
+    outError = fmt::format("IO Error: Cannot make file \"{}\": {}", inPath, error.message());
+  if (!made) outError = Renamed(outError, path, inPath);
+  if (!made || error) RemoveNew(path);
+  return made && !error;
+}
+
+// A missing file, or an empty one that DuckDB would not take (not while somebody is making it, and
+// not with a log beside it, which says that there was something in it).
+bool IsNew(FileStatus const& inStatus) {
+  if (inStatus.mKind == FileKind::kMissing) return true;
+  std::error_code error;
+  return fs::file_size(PathOf(inStatus.mPath), error) == 0 && !error &&
+         !fs::exists(PathOf(inStatus.mPath + ".wal"), error) && !error &&
+         FindLockHolder(inStatus.mPath).empty();
+}
+
+DatabaseHandle OpenOrMake(OpenRequest const& inRequest, FileStatus const& inStatus,
+                          std::string& outError) {
+  bool const isNew = IsNew(inStatus);
+  if (isNew && !MakeFile(inRequest, inStatus.mPath, outError)) return {};
+  DatabaseHandle handle = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
+  if (!handle && inStatus.mKind == FileKind::kMissing) RemoveNew(inStatus.mPath);
+  return handle;
 }
 
 std::shared_ptr<OpenDatabase> OpenReadWrite(OpenRequest const& inRequest, Busy& ioFile,
@@ -133,10 +187,7 @@ std::shared_ptr<OpenDatabase> OpenReadWrite(OpenRequest const& inRequest, Busy& 
     return nullptr;
   }
   if (!ioFile->mReadWrite) {
-    bool const options = !inRequest.mStorageVersion.empty() || inRequest.mBlockSize != 0;
-    bool const isNew = inStatus.mKind == FileKind::kMissing;
-    if (options && isNew && !MakeFile(inRequest, inStatus.mPath, outError)) return nullptr;
-    ioFile->mReadWrite = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
+    ioFile->mReadWrite = OpenOrMake(inRequest, inStatus, outError);
     if (!ioFile->mReadWrite) return nullptr;
     registry->SetId(*ioFile, InspectFile(inStatus.mPath));
   }

@@ -24,6 +24,9 @@
 // closing one file wait for each other; other files are not held up.
 namespace lumora::duckdb_c {
 
+// What is behind a file's name while it is being made.
+inline constexpr char const* kCreatingSuffix = ".creating";
+
 enum class Access { kReadWrite, kReadOnly };
 
 // One user's hold on an open database. The DuckDB instance is closed when its last user is gone.
@@ -59,6 +62,8 @@ struct OpenRequest {
 
 // Opens, or joins the file's instance of this process. Null on failure, with DuckDB's text (or ours
 // where DuckDB was not asked; empty when DuckDB gave none) in outError.
+//  - A new file is there as a whole or not at all, also when the process is killed; an empty file
+//    that is opened read-write becomes a new database.
 //  - A read-write request joins a read-write instance; while the file is open read-only in this
 //    process it is refused, as DuckDB refuses it between processes.
 //  - A read-only request joins a read-write instance when there is one (get_Access then says

@@ -6,17 +6,36 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <map>
 #include <stdexcept>
 
 extern char** environ;
 
 namespace lumora::test {
 
-RunningChild::RunningChild(std::vector<std::string> const& inArguments) {
+namespace {
+
+std::map<std::string, ChildJob::Function>& Jobs() {
+  static std::map<std::string, ChildJob::Function> jobs;
+  return jobs;
+}
+
+}  // namespace
+
+ChildJob::ChildJob(char const* inName, Function inFunction) { Jobs()[inName] = inFunction; }
+
+int ChildJob::Run(std::string const& inName, Arguments const& inArguments) {
+  auto const job = Jobs().find(inName);
+  if (job == Jobs().end()) throw std::runtime_error("no job " + inName);
+  return job->second(inArguments);
+}
+
+ChildProcess::ChildProcess(std::string const& inJob, Arguments const& inArguments) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   std::string self = "/proc/self/exe";
-  std::vector<std::string> arguments = inArguments;
+  Arguments arguments = {"--child", inJob};
+  arguments.insert(arguments.end(), inArguments.begin(), inArguments.end());
   std::vector<char*> pointers = {self.data()};
   for (std::string& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
@@ -31,7 +50,7 @@ RunningChild::RunningChild(std::vector<std::string> const& inArguments) {
   if (error != 0) throw std::runtime_error("no child process");
 }
 
-RunningChild::~RunningChild() {
+ChildProcess::~ChildProcess() {
   if (mProcess > 0) {
     Kill();
     waitpid(mProcess, nullptr, 0);
@@ -39,7 +58,7 @@ RunningChild::~RunningChild() {
   close(mOutput);
 }
 
-std::string RunningChild::ReadLine() {
+std::string ChildProcess::ReadLine() {
   for (;;) {
     std::size_t const end = mBuffer.find('\n');
     if (end != std::string::npos) {
@@ -54,9 +73,9 @@ std::string RunningChild::ReadLine() {
   }
 }
 
-void RunningChild::Kill() { kill(mProcess, SIGKILL); }
+void ChildProcess::Kill() { kill(mProcess, SIGKILL); }
 
-ChildResult RunningChild::Wait() {
+ChildResult ChildProcess::Wait() {
   char bytes[4096];
   for (ssize_t count; (count = read(mOutput, bytes, sizeof bytes)) > 0;) {
     mBuffer.append(bytes, static_cast<std::size_t>(count));
@@ -71,8 +90,8 @@ ChildResult RunningChild::Wait() {
   return result;
 }
 
-ChildResult RunSelf(std::vector<std::string> const& inArguments) {
-  return RunningChild(inArguments).Wait();
+ChildResult RunChild(std::string const& inJob, Arguments const& inArguments) {
+  return ChildProcess(inJob, inArguments).Wait();
 }
 
 }  // namespace lumora::test

@@ -1,37 +1,51 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
+// Work of a test in a process of its own: the test executable runs itself again with
+// "--child NAME ARGUMENT...".
 namespace lumora::test {
+
+using Arguments = std::vector<std::string>;
+
+// What a child process does; a global object makes it known under its name. The function's result
+// is the exit code.
+class ChildJob {
+ public:
+  using Function = int (*)(Arguments const& inArguments);
+  ChildJob(char const* inName, Function inFunction);
+
+  static int Run(std::string const& inName, Arguments const& inArguments);
+};
 
 struct ChildResult {
   int mExitCode = -1;  // -1: ended by a signal
   int mSignal = 0;
-  std::string mOutput;
+  std::string mOutput = {};
 };
 
-// Runs this test executable again with these arguments, and waits for it. Its main must know them.
-ChildResult RunSelf(std::vector<std::string> const& inArguments);
-
-// The same without waiting. Killed and waited for when the object dies.
-class RunningChild {
+class ChildProcess {
  public:
-  explicit RunningChild(std::vector<std::string> const& inArguments);
-  ~RunningChild();
-  RunningChild(RunningChild const&) = delete;
-  RunningChild& operator=(RunningChild const&) = delete;
+  ChildProcess(std::string const& inJob, Arguments const& inArguments);
+  // Kills it when it still runs.
+  ~ChildProcess();
+  ChildProcess(ChildProcess const&) = delete;
+  ChildProcess& operator=(ChildProcess const&) = delete;
 
   int get_ProcessId() const { return mProcess; }
-  // The next line that it writes to its standard output, without the end of line; empty at its end.
+  // The next line of its standard output, without the end of line; empty at its end.
   std::string ReadLine();
   void Kill();         // SIGKILL
-  ChildResult Wait();  // its remaining output
+  ChildResult Wait();  // with the output that was not read
 
  private:
   int mProcess = -1;
   int mOutput = -1;
   std::string mBuffer;
 };
+
+ChildResult RunChild(std::string const& inJob, Arguments const& inArguments);
 
 }  // namespace lumora::test

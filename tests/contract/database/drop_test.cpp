@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "contract/database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 #include "support/FileLock.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "contract/database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 namespace {
 

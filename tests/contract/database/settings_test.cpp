@@ -1,6 +1,6 @@
 #include <vector>
 
-#include "contract/database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "contract/database/DatabaseTest.h"
+#include "support/DatabaseTest.h"
 
 #include <stdexcept>
 
