@@ -12,10 +12,7 @@ namespace lumora::shell {
 namespace {
 
 std::string NumberText(std::string const& inText) {
-  if (inText == "nan") return "\"NaN\"";
-  if (inText == "inf") return "\"Infinity\"";
-  if (inText == "-inf") return "\"-Infinity\"";
-  // A text that is no JSON number must not make the document unreadable.
+  // NaN and the infinities are no JSON numbers.
   return nlohmann::json::accept(inText) ? inText : JsonString(inText);
 }
 

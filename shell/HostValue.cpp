@@ -100,7 +100,8 @@ std::string PackedTimeText(std::uint32_t inPacked) {
 }
 
 std::string DoubleText(double inValue) {
-  if (std::isnan(inValue)) return "nan";
+  if (std::isnan(inValue)) return "NaN";
+  if (std::isinf(inValue)) return inValue < 0 ? "-Infinity" : "Infinity";
   return fmt::format("{}", inValue);
 }
 

@@ -58,7 +58,7 @@ bool IsNumberKind(lumora_value_kind inKind);
 // "2024-03-05", "0044-03-15 (BC)", "14:07:09.123".
 std::string PackedDateText(std::uint32_t inPacked);
 std::string PackedTimeText(std::uint32_t inPacked);
-// The shortest decimal text that reads back equal; "nan", "inf", "-inf".
+// The shortest decimal text that reads back equal; "NaN", "Infinity", "-Infinity".
 std::string DoubleText(double inValue);
 
 }  // namespace lumora::shell

@@ -1,31 +1,95 @@
 #include "Options.h"
 
+#include <CLI/CLI.hpp>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <map>
 #include <sstream>
 
-#include <CLI/CLI.hpp>
+#include "Text.h"
 
 namespace lumora::shell {
 
 namespace {
 
-void AddScriptOptions(CLI::App& ioApp, Options& ioOptions) {
-  auto const add = [&](char const* inName, ScriptOption::Kind inKind, char const* inHelp,
-                       char const* inArgument) {
-    auto const keep = [&ioOptions, inKind](std::vector<std::string> const& inTexts) {
-      ioOptions.mScripts.clear();
-      for (std::string const& text : inTexts) ioOptions.mScripts.push_back({inKind, text});
-      return true;
-    };
-    ioApp.add_option(inName, keep, inHelp)->type_name(inArgument)->expected(1)->take_all();
-  };
-  add("-c,--command", ScriptOption::Kind::kCommand, "Run this text (may be given again)", "SQL");
-  add("-f,--file", ScriptOption::Kind::kFile, "Run this file (may be given again)", "FILE");
+// Texts that are looked at once the library has read the command line.
+struct RawOptions {
+  std::vector<std::string> mCommands;
+  std::vector<std::string> mFiles;
+  std::string mMode;
+  std::string mCursor;
+  std::string mMaxMemory;
+  bool mNoExternalAccess = false;
+};
+
+void AddScriptOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
+  ioApp
+      .add_option("DATABASE", ioOptions.mDatabase,
+                  "A path, :memory: (the default) or a remote path")
+      ->type_name("");
+  ioApp.add_option("-c,--command", ioRaw.mCommands, "Run this text (may be given again)")
+      ->type_name("SQL")
+      ->expected(1)
+      ->take_all();
+  ioApp.add_option("-f,--file", ioRaw.mFiles, "Run this file (may be given again)")
+      ->type_name("FILE")
+      ->expected(1)
+      ->take_all();
+  ioApp
+      .add_option("--param", ioOptions.mParameters,
+                  "A parameter, bound by position (may be given again): an integer, a decimal "
+                  "number, NULL, a text, 'a text in quotes' or a variant envelope")
+      ->type_name("VALUE")
+      ->expected(1)
+      ->take_all();
+}
+
+void AddDisplayOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
+  ioApp.add_option("--mode", ioRaw.mMode, "How results look: " + AllModeNames())->type_name("MODE");
+  ioApp
+      .add_option("--max-rows", ioOptions.mMaxRows,
+                  "Rows of a box before its middle is left out; 0 = all "
+                  "(40, or 1000 where results scroll)")
+      ->type_name("N")
+      ->check(CLI::NonNegativeNumber);
+  ioApp
+      .add_option("--cursor", ioRaw.mCursor,
+                  "client (reads a result at once, the default) or server (streams it)")
+      ->type_name("KIND");
+  ioApp.add_option("--extension", ioOptions.mExtensionPath, "The extension library to load")
+      ->type_name("PATH");
+  ioApp.add_flag("--version", ioOptions.mShowVersion, "Show the versions");
+}
+
+void AddOpenOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
+  OpenOptions& open = ioOptions.mOpen;
+  ioApp.add_flag("--create", ioOptions.mCreate, "Create the database; it must not be there");
+  ioApp.add_flag("--readonly", open.mReadOnly, "Open the database for reading only");
+  ioApp.add_option("--threads", open.mThreads, "Threads that DuckDB uses")
+      ->type_name("N")
+      ->check(CLI::Range(1U, 65535U));
+  ioApp.add_option("--max-memory", ioRaw.mMaxMemory, "Memory that DuckDB uses: 500MB, 2GB")
+      ->type_name("SIZE");
+  ioApp.add_option("--temp-dir", open.mTempFolder, "Folder for what does not fit into memory")
+      ->type_name("FOLDER");
+  ioApp.add_flag("--no-external-access", ioRaw.mNoExternalAccess,
+                 "No files, network or extensions beside the database");
+  ioApp
+      .add_option("--storage-version", open.mStorageVersion,
+                  "Storage version of a new database: v1.5.0, latest")
+      ->type_name("VERSION");
+  ioApp.add_option("--block-size", open.mBlockSize, "Block size of a new database: 16384, 262144")
+      ->type_name("BYTES")
+      ->check(CLI::NonNegativeNumber);
+  ioApp.add_option("--token", open.mToken, "Access token of a remote database")->type_name("TEXT");
+  ioApp.add_option("--user-agent", open.mUserAgent, "User agent towards a remote database")
+      ->type_name("TEXT");
 }
 
 // The library keeps the values of one option together; the order between -c and -f is in what it
 // parsed.
 void OrderScripts(CLI::App const& inApp, Options& ioOptions) {
-  ioOptions.mScripts.clear();
   std::map<CLI::Option const*, std::size_t> taken;
   for (CLI::Option const* option : inApp.parse_order()) {
     bool const isCommand = option->check_lname("command");
@@ -38,20 +102,39 @@ void OrderScripts(CLI::App const& inApp, Options& ioOptions) {
   }
 }
 
+// What is wrong with the texts, or nothing.
+std::string ReadRaw(RawOptions const& inRaw, Options& ioOptions) {
+  ioOptions.mOpen.mExternalAccess = !inRaw.mNoExternalAccess;
+  if (!inRaw.mMode.empty()) {
+    auto const mode = ParseMode(inRaw.mMode);
+    if (!mode) return "--mode: '" + inRaw.mMode + "' is none of " + AllModeNames();
+    ioOptions.mMode = *mode;
+  }
+  if (!inRaw.mCursor.empty()) {
+    auto const kind = ParseCursorKind(inRaw.mCursor);
+    if (!kind) return "--cursor: '" + inRaw.mCursor + "' is neither client nor server";
+    ioOptions.mCursorKind = *kind;
+  }
+  if (!inRaw.mMaxMemory.empty()) {
+    auto const megabytes = ParseMegabytes(inRaw.mMaxMemory);
+    if (!megabytes) return "--max-memory: '" + inRaw.mMaxMemory + "' is no size such as 500MB";
+    ioOptions.mOpen.mMaxMemory = *megabytes;
+  }
+  if (ioOptions.mCreate && ioOptions.mOpen.mReadOnly)
+    return "--create and --readonly exclude each other";
+  if (ioOptions.mCreate && ioOptions.mDatabase.empty()) return "--create needs a DATABASE";
+  return {};
+}
+
 }  // namespace
 
 ParsedOptions ParseOptions(int inCount, char const* const* inArguments) {
   Options options;
+  RawOptions raw;
   CLI::App app("Runs SQL and procedures through the lumora_duckdb extension.", "lumora");
-  AddScriptOptions(app, options);
-  std::string mode;
-  app.add_option("--mode", mode, "How results look: " + AllModeNames())->type_name("MODE");
-  app.add_option("--max-rows", options.mMaxRows,
-                 "Rows of a box before the middle is left out; 0 = all (40)")
-      ->type_name("N");
-  app.add_option("--extension", options.mExtensionPath, "The extension library to load")
-      ->type_name("PATH");
-  app.add_flag("--version", options.mShowVersion, "Show the versions");
+  AddScriptOptions(app, raw, options);
+  AddDisplayOptions(app, raw, options);
+  AddOpenOptions(app, raw, options);
   try {
     app.parse(inCount, inArguments);
   } catch (CLI::ParseError const& error) {
@@ -61,14 +144,46 @@ ParsedOptions ParseOptions(int inCount, char const* const* inArguments) {
     return UsageAnswer{code == 0 ? out.str() : err.str(), code != 0};
   }
   OrderScripts(app, options);
-  if (!mode.empty()) {
-    auto const known = ParseMode(mode);
-    if (!known) {
-      return UsageAnswer{"--mode: '" + mode + "' is none of " + AllModeNames() + "\n", true};
-    }
-    options.mMode = *known;
-  }
+  std::string const fault = ReadRaw(raw, options);
+  if (!fault.empty()) return UsageAnswer{fault + "\n", true};
   return options;
+}
+
+std::optional<std::uint32_t> ParseCursorKind(std::string_view inName) {
+  if (EqualsIgnoringCase(inName, "client")) return 1;
+  if (EqualsIgnoringCase(inName, "server")) return 2;
+  return std::nullopt;
+}
+
+char const* CursorKindName(std::uint32_t inKind) { return inKind == 1 ? "client" : "server"; }
+
+std::optional<std::uint32_t> ParseMegabytes(std::string_view inText) {
+  struct Unit {
+    char const* mName;
+    double mMegabytes;
+  };
+  static constexpr std::array<Unit, 9> kUnits = {{{"", 1},
+                                                  {"mb", 1},
+                                                  {"m", 1},
+                                                  {"gb", 1e3},
+                                                  {"g", 1e3},
+                                                  {"tb", 1e6},
+                                                  {"mib", 1.048576},
+                                                  {"gib", 1073.741824},
+                                                  {"tib", 1099511.627776}}};
+  double number = 0;
+  auto const parsed = std::from_chars(inText.data(), inText.data() + inText.size(), number,
+                                      std::chars_format::fixed);
+  if (parsed.ec != std::errc() || !(number > 0)) return std::nullopt;
+  std::string_view const rest =
+      Trim(inText.substr(static_cast<std::size_t>(parsed.ptr - inText.data())));
+  for (Unit const& unit : kUnits) {
+    double const megabytes = number * unit.mMegabytes;
+    if (!EqualsIgnoringCase(rest, unit.mName)) continue;
+    if (megabytes > 4294967295.0) return std::nullopt;
+    return static_cast<std::uint32_t>(std::max(1.0, std::floor(megabytes)));
+  }
+  return std::nullopt;
 }
 
 }  // namespace lumora::shell

@@ -54,6 +54,10 @@ ScreenSize get_ScreenSize() {
           static_cast<std::size_t>(info.srWindow.Bottom - info.srWindow.Top + 1)};
 }
 
+std::FILE* OpenPipe(std::string const& inCommand) { return _popen(inCommand.c_str(), "wb"); }
+void ClosePipe(std::FILE* inPipe) { _pclose(inPipe); }
+int FileNumber(std::FILE* inFile) { return _fileno(inFile); }
+
 void IgnoreClosedPipes() {}
 
 std::string StateFolder() {
@@ -97,6 +101,10 @@ ScreenSize get_ScreenSize() {
   if (!IsTerminal(STDOUT_FILENO) || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return {};
   return {size.ws_col, size.ws_row};
 }
+
+std::FILE* OpenPipe(std::string const& inCommand) { return popen(inCommand.c_str(), "w"); }
+void ClosePipe(std::FILE* inPipe) { pclose(inPipe); }
+int FileNumber(std::FILE* inFile) { return fileno(inFile); }
 
 void IgnoreClosedPipes() { std::signal(SIGPIPE, SIG_IGN); }
 

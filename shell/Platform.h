@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 
 // What differs between operating systems, in one place.
@@ -24,6 +25,12 @@ struct ScreenSize {
   std::size_t mRows = 0;
 };
 ScreenSize get_ScreenSize();
+
+// A shell command that reads what is written; null when it cannot be started.
+std::FILE* OpenPipe(std::string const& inCommand);
+// Waits for the command's end.
+void ClosePipe(std::FILE* inPipe);
+int FileNumber(std::FILE* inFile);
 
 // A write to a closed pipe becomes an error of that write.
 void IgnoreClosedPipes();

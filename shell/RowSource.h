@@ -9,8 +9,8 @@ namespace lumora::shell {
 
 enum class CellKind { kNull, kText, kNumber, kBoolean, kBytes, kJson };
 
-// One value on its way to the output. mText: the text, the decimal number (or nan, inf, -inf),
-// "true" or "false", the raw bytes, or the JSON text.
+// One value on its way to the output. mText: the text, the decimal number (or NaN, Infinity,
+// -Infinity), "true" or "false", the raw bytes, or the JSON text.
 struct Cell {
   CellKind mKind = CellKind::kNull;
   std::string mText;

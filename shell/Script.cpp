@@ -8,7 +8,7 @@ namespace lumora::shell {
 
 namespace {
 
-constexpr std::size_t kOpen = std::string_view::npos;
+constexpr std::size_t kOpen = kOpenToken;
 
 bool IsNameByte(char inByte) {
   auto const byte = static_cast<unsigned char>(inByte);
@@ -72,6 +72,8 @@ std::size_t SkipName(std::string_view inText, std::size_t inOffset) {
   return end;
 }
 
+}  // namespace
+
 std::size_t SkipToken(std::string_view inText, std::size_t inOffset) {
   char const first = inText[inOffset];
   if (first == '\'' || first == '"') return SkipQuoted(inText, inOffset, false);
@@ -79,8 +81,6 @@ std::size_t SkipToken(std::string_view inText, std::size_t inOffset) {
   if (IsNameByte(first)) return SkipName(inText, inOffset);
   return inOffset + 1;
 }
-
-}  // namespace
 
 std::size_t SkipBlanks(std::string_view inText, std::size_t inOffset, bool* outIsOpen) {
   if (outIsOpen) *outIsOpen = false;
@@ -110,9 +110,16 @@ SplitResult SplitScript(std::string_view inScript) {
   std::size_t start = position;
   std::size_t end = position;  // behind the last token of the piece
   auto const finish = [&] {
-    if (end > start) result.mPieces.push_back({inScript.substr(start, end - start), start});
+    if (end > start) result.mPieces.push_back({inScript.substr(start, end - start), start, false});
   };
   while (position < inScript.size()) {
+    if (position == start && inScript[position] == '.') {
+      end = std::min(inScript.find('\n', position), inScript.size());
+      result.mPieces.push_back({Trim(inScript.substr(start, end - start)), start, true});
+      position = SkipBlanks(inScript, end, &isOpen);
+      start = end = position;
+      continue;
+    }
     bool const isEnd = inScript[position] == ';';
     if (isEnd) {
       finish();

@@ -7,10 +7,12 @@
 
 namespace lumora::shell {
 
-// One statement of a script, without the blanks around it and without its semicolon.
+// One statement of a script, without the blanks around it and without its semicolon, or one
+// command: a line that begins with a full stop where a statement could begin.
 struct ScriptPiece {
   std::string_view mText;   // into the script
   std::size_t mOffset = 0;  // of mText in the script, in bytes
+  bool mIsCommand = false;
 };
 
 struct SplitResult {
@@ -28,6 +30,11 @@ SplitResult SplitScript(std::string_view inScript);
 // Skips blanks and comments from inOffset on; an open comment reaches to the end. Sets outIsOpen
 // then.
 std::size_t SkipBlanks(std::string_view inText, std::size_t inOffset, bool* outIsOpen = nullptr);
+
+// The offset behind the token at inOffset (a name, a quoted text, or a single byte), or kOpenToken
+// when its quote has no end.
+inline constexpr std::size_t kOpenToken = static_cast<std::size_t>(-1);
+std::size_t SkipToken(std::string_view inText, std::size_t inOffset);
 
 struct TextPosition {
   std::size_t mLine = 1;    // from 1

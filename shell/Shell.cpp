@@ -1,109 +1,86 @@
 #include "Shell.h"
 
 #include <cstdio>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
-#include <fmt/format.h>
-
-#include "CallParser.h"
+#include "DatabaseErrors.h"
 #include "ErrorDisplay.h"
+#include "Interactive.h"
+#include "Interrupt.h"
 #include "Platform.h"
+#include "Runner.h"
+#include "Session.h"
 #include "Text.h"
 
 namespace lumora::shell {
 
 namespace {
 
-void Tell(std::string const& inText) { std::fputs(inText.c_str(), stderr); }
+// The extension's object must be gone before the libraries' own data is.
+struct ExtensionRelease {
+  ~ExtensionRelease() { tarn::lsql::SetDuckDBExtension(nullptr); }
+};
 
-std::string ReadStream(std::istream& inStream) {
-  return {std::istreambuf_iterator<char>(inStream), std::istreambuf_iterator<char>()};
-}
-
-// The text of a script option. Throws StatementError when a file cannot be read.
-std::string ScriptText(ScriptOption const& inScript) {
-  if (inScript.mKind == ScriptOption::Kind::kCommand) return inScript.mText;
-  std::ifstream file(inScript.mText, std::ios::binary);
-  std::string text = ReadStream(file);
-  if (!file.is_open() || file.bad()) throw StatementError("cannot read " + inScript.mText);
+std::string ReadStandardInput() {
+  std::string text;
+  char buffer[65536];
+  while (std::size_t const size = std::fread(buffer, 1, sizeof buffer, stdin)) {
+    text.append(buffer, size);
+  }
   return text;
 }
 
-}  // namespace
-
-DisplayLimits Shell::get_Limits() const {
-  DisplayLimits limits;
-  limits.mMaxRows = mOptions.mMaxRows;
-  if (mResults.get_IsTerminal()) limits.mScreenWidth = get_ScreenSize().mColumns;
-  return limits;
-}
-
-void Shell::RunCall(ScriptPiece const& inPiece, Procedure const& inProcedure) {
-  try {
-    CallStatement const call = ParseCall(inPiece.mText);
-    auto const rows = CallProcedure(inProcedure, call.mArguments);
-    WriteRows(mOptions.mMode, *rows, mResults, get_Limits());
-    mResults.Flush();
-  } catch (CallSyntaxError const& error) {
-    throw StatementError(error.what(), "Syntax", inPiece.mOffset + error.mOffset);
-  } catch (ProcedureError const& error) {
-    throw StatementError(error.what());
-  }
-}
-
-void Shell::RunStatement(ScriptPiece const& inPiece) {
-  auto const name = PeekCallName(inPiece.mText);
-  Procedure const* procedure = name ? mExtension.get_Procedures().Find(*name) : nullptr;
-  if (!procedure) throw StatementError("only CALL of a procedure can be run");
-  RunCall(inPiece, *procedure);
-}
-
-bool Shell::RunScript(std::string_view inScript) {
-  for (ScriptPiece const& piece : SplitScript(inScript).mPieces) {
-    try {
-      RunStatement(piece);
-    } catch (StatementError const& error) {
-      mResults.Flush();
-      Tell(DescribeError(error, inScript));
-      return false;
-    }
-  }
-  return true;
-}
-
-namespace {
-
-bool RunScripts(Shell& ioShell, Options const& inOptions) {
-  if (inOptions.mScripts.empty()) {
-    std::ostringstream text;
-    char buffer[65536];
-    while (std::size_t const size = std::fread(buffer, 1, sizeof buffer, stdin)) {
-      text.write(buffer, static_cast<std::streamsize>(size));
-    }
-    return ioShell.RunScript(text.str());
-  }
+bool RunScripts(Session& ioSession, Options const& inOptions) {
+  if (inOptions.mScripts.empty()) return RunScript(ioSession, ReadStandardInput());
   for (ScriptOption const& script : inOptions.mScripts) {
-    if (!ioShell.RunScript(ScriptText(script))) return false;
+    bool const isFile = script.mKind == ScriptOption::Kind::kFile;
+    std::string const text = isFile ? ReadFile(script.mText) : script.mText;
+    if (ioSession.mHasQuit) break;
+    if (!RunScript(ioSession, text)) return false;
   }
   return true;
+}
+
+void ShowVersion() {
+  std::printf("lumora %s\n", LUMORA_VERSION);
+  if (auto const extension = tarn::lsql::GetDuckDBExtension()) {
+    std::printf("DuckDB %s\n", extension->get_LibraryVersion());
+  }
+}
+
+bool OpenDatabase(Session& ioSession, Options const& inOptions) {
+  try {
+    if (inOptions.mCreate) {
+      ioSession.Create(inOptions.mDatabase);
+    } else if (!inOptions.mDatabase.empty()) {
+      ioSession.Open(inOptions.mDatabase, false);
+    }
+    return true;
+  } catch (StatementError const& error) {
+    TellUser("lumora: cannot open " + inOptions.mDatabase + ": " + error.what());
+    return false;
+  }
 }
 
 int RunWith(Options const& inOptions) {
-  if (inOptions.mShowVersion) {
-    std::puts("lumora " LUMORA_VERSION);
-    return kExitOk;
-  }
   std::string const path =
       inOptions.mExtensionPath.empty() ? DefaultExtensionPath() : inOptions.mExtensionPath;
   ExtensionLibrary const extension(path);
-  for (std::string const& report : extension.get_Reports()) {
-    Tell(PrintableLines(report) + "\n");
+  ExtensionRelease const release;
+  for (std::string const& report : extension.get_Reports()) TellUser(report);
+  if (inOptions.mShowVersion) {
+    ShowVersion();
+    return kExitOk;
   }
-  FileOutput results(stdout, IsTerminal(1));
-  Shell shell(extension, inOptions, results);
-  return RunScripts(shell, inOptions) ? kExitOk : kExitFailed;
+  bool const isInteractive = inOptions.mScripts.empty() && IsTerminal(0);
+  Results results(IsTerminal(0));
+  Session session(extension, inOptions, results);
+  if (!OpenDatabase(session, inOptions)) return kExitUsage;
+  if (isInteractive) {
+    RunInteractive(session);
+    return kExitOk;
+  }
+  EndOnInterrupt();
+  return RunScripts(session, inOptions) ? kExitOk : kExitFailed;
 }
 
 }  // namespace
@@ -118,12 +95,12 @@ int RunLumora(int inCount, char const* const* inArguments) {
   try {
     return RunWith(std::get<Options>(parsed));
   } catch (LoadError const& error) {
-    Tell("lumora: " + PrintableLines(error.what()) + "\n");
+    TellUser(std::string("lumora: ") + error.what());
     return kExitUsage;
   } catch (OutputClosed const&) {
     return kExitOk;
   } catch (std::exception const& error) {
-    Tell("lumora: " + PrintableLines(error.what()) + "\n");
+    TellUser(std::string("lumora: ") + error.what());
     return kExitFailed;
   }
 }

@@ -90,7 +90,7 @@ TEST(HostTable, GivesArgumentsByKindTextAndNumber) {
       {HostValue::UInt64(kMax64), lumora_kind_uint64, "18446744073709551615", kMaxSigned, kMax64},
       {HostValue::Double(2.5), lumora_kind_double, "2.5", 2, 2},
       {HostValue::Double(1e300), lumora_kind_double, "1e+300", kMaxSigned, kMax64},
-      {HostValue::Double(std::nan("")), lumora_kind_double, "nan", 0, 0},
+      {HostValue::Double(std::nan("")), lumora_kind_double, "NaN", 0, 0},
       {HostValue::Boolean(true), lumora_kind_bool, "true", 1, 1},
       {HostValue::Array({}), lumora_kind_array, "(none)", 0, 0},
   };

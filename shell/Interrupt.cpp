@@ -1,0 +1,40 @@
+#include "Interrupt.h"
+
+#include <csignal>
+#include <cstdlib>
+
+#if defined(_WIN32)
+#include <io.h>
+#define write _write
+#else
+#include <unistd.h>
+#endif
+
+namespace lumora::shell {
+
+namespace {
+
+volatile std::sig_atomic_t gInterrupts = 0;
+
+extern "C" void EndProcess(int) { std::_Exit(130); }
+
+extern "C" void NoteInterrupt(int) {
+  gInterrupts = gInterrupts + 1;
+  if (gInterrupts > 1) std::_Exit(130);
+  // Only what is safe in a signal handler: no stream, no memory.
+  static char const sText[] = "\nCtrl-C: stops after the step at hand; once more ends lumora\n";
+  if (write(2, sText, sizeof sText - 1) < 0) gInterrupts = 1;
+}
+
+}  // namespace
+
+void EndOnInterrupt() { std::signal(SIGINT, EndProcess); }
+void NoteInterrupts() { std::signal(SIGINT, NoteInterrupt); }
+
+void CheckInterrupt() {
+  if (gInterrupts != 0) throw Interrupted();
+}
+
+void ClearInterrupt() { gInterrupts = 0; }
+
+}  // namespace lumora::shell

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace lumora::shell {
+
+// The user pressed Ctrl-C.
+struct Interrupted : std::runtime_error {
+  Interrupted() : std::runtime_error("interrupted") {}
+};
+
+// From here on Ctrl-C ends the process at once with exit code 130. What DuckDB has not committed is
+// undone when its file is opened next.
+void EndOnInterrupt();
+
+// From here on Ctrl-C is noted; a second one before ClearInterrupt ends the process as above.
+void NoteInterrupts();
+
+// Throws Interrupted when Ctrl-C was noted.
+void CheckInterrupt();
+void ClearInterrupt();
+
+}  // namespace lumora::shell
