@@ -5,6 +5,7 @@ find_package(GTest REQUIRED)
 lumora_glob(_support_sources tests/support/*.cpp)
 if(_support_sources)
     add_library(test_support STATIC ${_support_sources})
+    set_target_properties(test_support PROPERTIES CXX_VISIBILITY_PRESET default)
     set(_scope PUBLIC)
     target_link_libraries(test_support PRIVATE lumora_warnings)
 else()
@@ -45,7 +46,9 @@ target_compile_definitions(test_support ${_scope} LUMORA_FAKE_EXTENSION_PATH="$<
 function(lumora_test name label timeout)
     cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    # Exports: what a test defines in the place of one of DuckDB's functions holds for a loaded extension.
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests" ENABLE_EXPORTS ON)
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} test_support GTest::gtest_main lumora_warnings test_options)
     foreach(used IN ITEMS lumora_duckdb lumora fake_extension)
         if(TARGET ${used} AND NOT label STREQUAL "unit")
