@@ -28,6 +28,13 @@ else()
         target_link_libraries(LShared
             PRIVATE lumora_warnings lumora_fmt nlohmann_json::nlohmann_json PUBLIC Threads::Threads)
         lumora_link_complete(LShared)
+        # Calls within the library stay within it: no other definition of its functions is wanted.
+        if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT WIN32)
+            target_compile_options(LShared PRIVATE -fno-semantic-interposition)
+            if(NOT APPLE)
+                target_link_options(LShared PRIVATE "LINKER:-Bsymbolic-functions")
+            endif()
+        endif()
     else()
         add_library(LShared INTERFACE)
         target_include_directories(LShared

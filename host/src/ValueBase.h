@@ -29,6 +29,21 @@ class ValueBase : public I_Value {
     return count;
   }
   std::uint32_t get_RefsCount() const override { return mRefCount.get(); }
+
+  // Release of a final class, whose destructor and size then need no virtual call.
+  template <typename T>
+  static std::uint32_t ReleaseFinal(T* inObject) {
+    std::uint32_t const count = inObject->mRefCount.DecrementExclusive();
+    if (count == 0) delete inObject;
+    return count;
+  }
+  // A new object with the caller's reference.
+  template <typename T>
+  static I_Value* WithReference(T* inObject) noexcept {
+    inObject->mRefCount.IncrementExclusive();
+    return inObject;
+  }
+
   void* QueryInterface(std::uint32_t inInterfaceId) override {
     return InterfaceTableQueryInterface(this, inInterfaceId, PlainInterfaceTable());
   }

@@ -1,4 +1,5 @@
 #include "ValueBase.h"
+#include "tarn/NewValue.h"
 
 namespace tarn {
 namespace {
@@ -7,7 +8,10 @@ namespace {
 template <ValueType tType, typename TData>
 class NumberValue final : public ValueBase {
  public:
-  explicit NumberValue(bool inNullable) noexcept : ValueBase(inNullable) {}
+  explicit NumberValue(bool inNullable, TData inData = TData()) noexcept
+      : ValueBase(inNullable), mData(inData) {}
+
+  std::uint32_t Release() override { return ReleaseFinal(this); }
 
   ValueType get_Type() const override { return tType; }
 
@@ -56,7 +60,7 @@ class NumberValue final : public ValueBase {
   }
   void ClearContent() override { mData = TData(); }
 
-  TData mData{};
+  TData mData;
 };
 
 static_assert(sizeof(NumberValue<ValueType::kDouble, double>) == 2 * pool::kStep);
@@ -85,5 +89,27 @@ TARN_NUMBER_FACTORY(CreateValueNumeric, kNumeric, double)
 TARN_NUMBER_FACTORY(CreateValueEnum8, kEnum8, std::uint8_t)
 TARN_NUMBER_FACTORY(CreateValueEnum16, kEnum16, std::uint16_t)
 #undef TARN_NUMBER_FACTORY
+
+#define TARN_NEW_NUMBER(name, type, data)                                                    \
+  I_Value* name(data inValue) {                                                              \
+    return ValueBase::WithReference(new NumberValue<ValueType::type, data>(false, inValue)); \
+  }
+TARN_NEW_NUMBER(NewValueBoolean, kBoolean, bool)
+TARN_NEW_NUMBER(NewValueByte, kByte, std::uint8_t)
+TARN_NEW_NUMBER(NewValueShort, kShort, std::int16_t)
+TARN_NEW_NUMBER(NewValueUShort, kUShort, std::uint16_t)
+TARN_NEW_NUMBER(NewValueLong, kLong, std::int32_t)
+TARN_NEW_NUMBER(NewValueULong, kULong, std::uint32_t)
+TARN_NEW_NUMBER(NewValueLLong, kLLong, std::int64_t)
+TARN_NEW_NUMBER(NewValueULLong, kULLong, std::uint64_t)
+TARN_NEW_NUMBER(NewValueFloat, kFloat, float)
+TARN_NEW_NUMBER(NewValueDouble, kDouble, double)
+#undef TARN_NEW_NUMBER
+
+I_Value* NewValueNull() {
+  auto* const value = new NumberValue<ValueType::kBoolean, bool>(true);
+  value->put_IsNull(true);
+  return ValueBase::WithReference(value);
+}
 
 }  // namespace tarn

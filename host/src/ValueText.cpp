@@ -1,9 +1,12 @@
 #include <memory>
+#include <stdexcept>
 #include <utility>
 
 #include "JsonDocument.h"
+#include "Utf8.h"
 #include "ValueBase.h"
 #include "tarn/Converter.h"
+#include "tarn/NewValue.h"
 
 namespace tarn {
 namespace {
@@ -41,6 +44,7 @@ class TextValue : public ConvertingValue {
   }
   virtual void ContentChanged() noexcept {}
   String const& Text() const noexcept { return mText; }
+  String& Text() noexcept { return mText; }
 
  private:
   void ClearContent() final {
@@ -52,6 +56,26 @@ class TextValue : public ConvertingValue {
 };
 
 static_assert(sizeof(TextValue) <= 4 * pool::kStep, "one cache line");
+
+class StringValue final : public TextValue {
+ public:
+  using TextValue::TextValue;
+
+  std::uint32_t Release() override { return ReleaseFinal(this); }
+
+  // Decodes into the value's own text, without a String in between.
+  void Decode(char const* inText, std::size_t inLength) {
+    if (inLength > kMaxBytes) throw std::length_error("text too long for tarn::String");
+    // As many units as bytes are enough for every text, and exact for an ASCII one.
+    WChar* const units = Text().resize_for_overwrite(static_cast<std::uint32_t>(inLength));
+    std::size_t const ascii = utf8::WidenAscii(inText, inLength, units);
+    if (ascii != inLength) Text() = GetConverter_UTF8()->ToUTF16(inText, inLength);
+    put_MaxLength((Text().length() + 1) * static_cast<std::uint32_t>(sizeof(WChar)));
+  }
+
+ private:
+  static constexpr std::size_t kMaxBytes = 0x7FFFFFFE;
+};
 
 class JsonValue final : public WithViews<TextValue, I_ValueJSON> {
  public:
@@ -88,7 +112,13 @@ class JsonValue final : public WithViews<TextValue, I_ValueJSON> {
 }  // namespace
 
 I_Value* CreateValueString(bool inNullable, void const*, void const*) {
-  return new TextValue(inNullable);
+  return new StringValue(inNullable);
+}
+
+I_Value* NewValueString(char const* inText, std::size_t inLength) {
+  auto value = std::make_unique<StringValue>(false);
+  value->Decode(inText, inLength);
+  return ValueBase::WithReference(value.release());
 }
 
 I_Value* CreateValueJSON(bool inNullable, void const*, void const*) {

@@ -13,6 +13,7 @@
 #include "tarn/Location.h"
 #include "tarn/String.h"
 #include "tarn/Types.h"
+#include "tarn/NewValue.h"
 #include "tarn/Value.h"
 #include "tarn/lsql/Backup.h"
 #include "tarn/lsql/CursorToJSON.h"
