@@ -19,7 +19,7 @@ ValuePtr ReadScalar(ColumnData& ioColumn, idx_t inRow) {
   return TMake(static_cast<THost>(Cell<TStored>(ioColumn, inRow)));
 }
 
-ValuePtr ReadNull(ColumnData&, idx_t) { return MakeNullValue(); }
+ValuePtr ReadNull(ColumnData&, idx_t) { return fast::MakeNullValue(); }
 
 ValuePtr ReadBlob(ColumnData& ioColumn, idx_t inRow) {
   auto text = Cell<duckdb_string_t>(ioColumn, inRow);
@@ -62,32 +62,28 @@ double DecimalToDouble(T inDigits, std::uint8_t inScale) {
 
 template <typename T>
 ValuePtr ReadDecimal(ColumnData& ioColumn, idx_t inRow) {
-  return MakeDoubleValue(DecimalToDouble(Cell<T>(ioColumn, inRow), ioColumn.mScale));
+  return fast::MakeDoubleValue(DecimalToDouble(Cell<T>(ioColumn, inRow), ioColumn.mScale));
 }
 
 ValuePtr ReadRendered(ColumnData& ioColumn, idx_t inRow) {
-  if (!ioColumn.mIsRendered) {
-    ioColumn.mText = duckdb_c::RenderColumn(
-        ioColumn.mVector, duckdb_data_chunk_get_size(ioColumn.mChunk), duckdb_c::Rendering::kText);
-    ioColumn.mIsRendered = true;
-  }
-  if (!ioColumn.mText || ioColumn.mText.IsNull(inRow)) return ReadByDefinition(ioColumn, inRow);
-  return MakeStringValue(ioColumn.mText.get_Text(inRow));
+  if (!Render(ioColumn, duckdb_c::Rendering::kText, inRow))
+    return ReadByDefinition(ioColumn, inRow);
+  return fast::MakeStringValue(ioColumn.mText.get_Text(inRow));
 }
 
 constexpr auto kReaders = [] {
   std::array<ReadFunction, duckdb_c::kTypeVariant + 1> table{};
-  table[DUCKDB_TYPE_BOOLEAN] = ReadScalar<bool, bool, MakeBooleanValue>;
-  table[DUCKDB_TYPE_TINYINT] = ReadScalar<std::int8_t, std::int16_t, MakeShortValue>;
-  table[DUCKDB_TYPE_SMALLINT] = ReadScalar<std::int16_t, std::int16_t, MakeShortValue>;
-  table[DUCKDB_TYPE_INTEGER] = ReadScalar<std::int32_t, std::int32_t, MakeLongValue>;
-  table[DUCKDB_TYPE_BIGINT] = ReadScalar<std::int64_t, std::int64_t, MakeLLongValue>;
-  table[DUCKDB_TYPE_UTINYINT] = ReadScalar<std::uint8_t, std::uint8_t, MakeByteValue>;
-  table[DUCKDB_TYPE_USMALLINT] = ReadScalar<std::uint16_t, std::uint16_t, MakeUShortValue>;
-  table[DUCKDB_TYPE_UINTEGER] = ReadScalar<std::uint32_t, std::uint32_t, MakeULongValue>;
-  table[DUCKDB_TYPE_UBIGINT] = ReadScalar<std::uint64_t, std::uint64_t, MakeULLongValue>;
-  table[DUCKDB_TYPE_FLOAT] = ReadScalar<float, float, MakeFloatValue>;
-  table[DUCKDB_TYPE_DOUBLE] = ReadScalar<double, double, MakeDoubleValue>;
+  table[DUCKDB_TYPE_BOOLEAN] = ReadScalar<bool, bool, fast::MakeBooleanValue>;
+  table[DUCKDB_TYPE_TINYINT] = ReadScalar<std::int8_t, std::int16_t, fast::MakeShortValue>;
+  table[DUCKDB_TYPE_SMALLINT] = ReadScalar<std::int16_t, std::int16_t, fast::MakeShortValue>;
+  table[DUCKDB_TYPE_INTEGER] = ReadScalar<std::int32_t, std::int32_t, fast::MakeLongValue>;
+  table[DUCKDB_TYPE_BIGINT] = ReadScalar<std::int64_t, std::int64_t, fast::MakeLLongValue>;
+  table[DUCKDB_TYPE_UTINYINT] = ReadScalar<std::uint8_t, std::uint8_t, fast::MakeByteValue>;
+  table[DUCKDB_TYPE_USMALLINT] = ReadScalar<std::uint16_t, std::uint16_t, fast::MakeUShortValue>;
+  table[DUCKDB_TYPE_UINTEGER] = ReadScalar<std::uint32_t, std::uint32_t, fast::MakeULongValue>;
+  table[DUCKDB_TYPE_UBIGINT] = ReadScalar<std::uint64_t, std::uint64_t, fast::MakeULLongValue>;
+  table[DUCKDB_TYPE_FLOAT] = ReadScalar<float, float, fast::MakeFloatValue>;
+  table[DUCKDB_TYPE_DOUBLE] = ReadScalar<double, double, fast::MakeDoubleValue>;
   table[DUCKDB_TYPE_BLOB] = ReadBlob;
   table[DUCKDB_TYPE_SQLNULL] = ReadNull;
   table[duckdb_c::kTypeVariant] = ReadVariant;
@@ -161,10 +157,23 @@ void ColumnReader::put_Chunk(duckdb_data_chunk inChunk) {
   mData.mValidity = mData.mVector ? duckdb_vector_get_validity(mData.mVector) : nullptr;
   if (mData.mIsRendered) mData.mText = {};
   mData.mIsRendered = false;
+  if (mData.mType == duckdb_c::kTypeVariant) {
+    idx_t const size = inChunk ? duckdb_data_chunk_get_size(inChunk) : 0;
+    mData.mVariant = duckdb_c::VariantReader(mData.mVector, size);
+  }
 }
 
 ValuePtr ReadByDefinition(ColumnData& ioColumn, idx_t inRow) {
   return ConvertCell(ioColumn.mChunk, ioColumn.mColumn, inRow, ioColumn.mType);
+}
+
+bool Render(ColumnData& ioColumn, duckdb_c::Rendering inRendering, idx_t inRow) {
+  if (!ioColumn.mIsRendered) {
+    idx_t const size = duckdb_data_chunk_get_size(ioColumn.mChunk);
+    ioColumn.mText = duckdb_c::RenderColumn(ioColumn.mVector, size, inRendering);
+    ioColumn.mIsRendered = true;
+  }
+  return ioColumn.mText && !ioColumn.mText.IsNull(inRow);
 }
 
 }  // namespace lumora

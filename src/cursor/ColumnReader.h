@@ -3,7 +3,6 @@
 #include <duckdb.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -11,13 +10,18 @@
 #include "duckdb_c/ColumnText.h"
 #include "duckdb_c/Handles.h"
 #include "duckdb_c/Types.h"
+#include "duckdb_c/VariantReader.h"
 
 namespace lumora {
 
-struct VariantColumn;
-
 // What a reading function sees of its column.
 struct ColumnData {
+  // Of the chunk; null without one.
+  void const* mValues = nullptr;
+  std::uint64_t const* mValidity = nullptr;  // null = no NULLs
+  duckdb_data_chunk mChunk = nullptr;
+  duckdb_vector mVector = nullptr;
+
   // Of the column.
   idx_t mColumn = 0;
   duckdb_c::TypeId mType = 0;
@@ -25,14 +29,10 @@ struct ColumnData {
   duckdb_c::LogicalTypeHandle mEnum;                 // ENUM: where the labels come from
   std::vector<std::optional<tarn::String>> mLabels;  // ENUM: those that were met
 
-  // Of the chunk; all null without one.
-  duckdb_data_chunk mChunk = nullptr;
-  duckdb_vector mVector = nullptr;
-  void const* mValues = nullptr;
-  std::uint64_t const* mValidity = nullptr;  // null = no NULLs
-  bool mIsRendered = false;                  // mText was asked for
+  // Of the chunk again, for what is not read from its bits.
+  bool mIsRendered = false;  // mText was asked for
   duckdb_c::ColumnText mText;
-  std::shared_ptr<VariantColumn> mVariant;
+  duckdb_c::VariantReader mVariant;  // VARIANT
 
   ColumnData() = default;
   ColumnData(ColumnData&&) = default;
@@ -55,17 +55,20 @@ class ColumnReader {
   // A new value for a row of the chunk; the caller owns it.
   ValuePtr Read(idx_t inRow) {
     std::uint64_t const* const validity = mData.mValidity;
-    if (validity && !(validity[inRow / 64] >> (inRow % 64) & 1)) return MakeNullValue();
+    if (validity && !(validity[inRow / 64] >> (inRow % 64) & 1)) return fast::MakeNullValue();
     return mRead(mData, inRow);
   }
 
  private:
-  ColumnData mData;
   ReadFunction mRead;
+  ColumnData mData;
 };
 
 // The reading functions of the types that have no place in the main table of ColumnReader.
 ValuePtr ReadByDefinition(ColumnData& ioColumn, idx_t inRow);
+// Has DuckDB render the column into mText unless that is done for this chunk. False: there is no
+// text for the row. A column is always rendered in the same way.
+bool Render(ColumnData& ioColumn, duckdb_c::Rendering inRendering, idx_t inRow);
 ValuePtr ReadVariant(ColumnData& ioColumn, idx_t inRow);
 // Null: the type's text is not written from its bits.
 ReadFunction FindTextReader(duckdb_c::TypeId inType) noexcept;

@@ -17,7 +17,7 @@ DuckDBCursor_client::DuckDBCursor_client(lumora::I_DatabaseLink* inDatabase,
 
 void DuckDBCursor_client::AppendRows(duckdb_data_chunk inChunk) {
   std::uint32_t const columns = get_ColumnCount();
-  for (std::uint32_t c = 0; c < columns; ++c) get_Reader(c).put_Chunk(inChunk);
+  put_ReadersChunk(inChunk);
   idx_t const size = duckdb_data_chunk_get_size(inChunk);
   for (idx_t r = 0; r < size; ++r) {
     smart_ptr<ValueRow> row(new ValueRow(columns));

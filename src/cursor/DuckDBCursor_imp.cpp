@@ -36,7 +36,7 @@ std::ptrdiff_t PluginDistance(T* inObject) {
 }  // namespace
 
 DuckDBCursor_imp::DuckDBCursor_imp(I_DatabaseLink* inDatabase, duckdb_c::ResultHandle&& ioResult)
-    : mDatabase(inDatabase), mResult(std::move(ioResult)) {
+    : mIsValid(inDatabase != nullptr), mDatabase(inDatabase), mResult(std::move(ioResult)) {
   EngineLockGuard guard;
   CheckValid();
   ReadColumns();
@@ -105,14 +105,13 @@ std::uint32_t DuckDBCursor_imp::get_ColumnType(std::uint32_t inColumnIndex) cons
 
 smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() {
   EngineLockGuard guard;
-  I_DatabaseLink* const database = mDatabase;
-  return database ? database->get_Self() : nullptr;
+  return mDatabase ? mDatabase->get_Self() : nullptr;
 }
 
 void DuckDBCursor_imp::Invalidate() {
   EngineLockGuard guard;
+  mIsValid = false;
   mDatabase = nullptr;
-  mResultValid = false;
   mResult.reset();
 }
 
@@ -122,28 +121,30 @@ void DuckDBCursor_imp::Close() {
 }
 
 void DuckDBCursor_imp::Detach() {
-  mResultValid = false;
+  mIsValid = false;
   mResult.reset();
-  if (I_DatabaseLink* const database = mDatabase.exchange(nullptr)) {
+  if (I_DatabaseLink* const database = std::exchange(mDatabase, nullptr)) {
     database->get_Interface().UnregisterCursor(this);
   }
 }
 
-void DuckDBCursor_imp::CheckValid() const {
-  if (!mDatabase || !mResultValid) {
-    throw xDuckDBError(errors::kCode, errors::kUnknownDatabase, errors::kInvalid);
-  }
+void DuckDBCursor_imp::FailInvalid() {
+  throw xDuckDBError(errors::kCode, errors::kUnknownDatabase, errors::kInvalid);
 }
 
 void DuckDBCursor_imp::CheckColumnIndex(std::uint32_t inColumnIndex) const {
-  if (inColumnIndex >= mColumnTypeNames.size()) Fail(errors::kColumnIndex);
+  if (inColumnIndex >= mReaders.size()) Fail(errors::kColumnIndex);
 }
 
 void DuckDBCursor_imp::Fail(char const* inMessage) const {
   EngineLockGuard guard;
   CheckValid();  // the database may have closed since the caller looked
-  String const path = mDatabase.load()->get_Interface().get_Path();
+  String const path = mDatabase->get_Interface().get_Path();
   throw xDuckDBError(errors::kCode, path.c_str(), String(inMessage).c_str());
+}
+
+void DuckDBCursor_imp::put_ReadersChunk(duckdb_data_chunk inChunk) {
+  for (lumora::ColumnReader& reader : mReaders) reader.put_Chunk(inChunk);
 }
 
 duckdb_c::ChunkHandle DuckDBCursor_imp::FetchChunk() {

@@ -41,7 +41,9 @@ class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, public
   DuckDBCursor_imp(lumora::I_DatabaseLink* inDatabase, lumora::duckdb_c::ResultHandle&& ioResult);
   ~DuckDBCursor_imp() override;
 
-  void CheckValid() const;
+  void CheckValid() const {
+    if (!mIsValid.load(std::memory_order_acquire)) FailInvalid();
+  }
   void CheckColumnIndex(std::uint32_t inColumnIndex) const;
   // Throws xDuckDBError 0x72501 (database path, message).
   [[noreturn]] void Fail(char const* inMessage) const;
@@ -51,17 +53,22 @@ class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, public
   lumora::duckdb_c::ChunkHandle FetchChunk();
 
   lumora::ColumnReader& get_Reader(std::uint32_t inColumnIndex) { return mReaders[inColumnIndex]; }
+  // Tells all readers of the chunk to read from; null = none.
+  void put_ReadersChunk(duckdb_data_chunk inChunk);
 
  private:
+  [[noreturn]] static void FailInvalid();
   void ReadColumns();
   void CheckComplete();
   void Detach();  // both halves of Close; the caller holds the engine lock
 
   RefsCount mRefCount;
 
-  // Written under the engine lock; the validity check alone reads without it.
-  std::atomic<lumora::I_DatabaseLink*> mDatabase;
-  std::atomic<bool> mResultValid{true};
+  // Both the database and the result are there. Written under the engine lock, read without it.
+  std::atomic<bool> mIsValid;
+
+  // Guarded by the engine lock.
+  lumora::I_DatabaseLink* mDatabase;  // null once it closed, or the cursor did
   lumora::duckdb_c::ResultHandle mResult;
   idx_t mRowsFetched = 0;
 

@@ -26,24 +26,27 @@ bool DuckDBCursor_server::FirstRecord() { Refuse(errors::kNoFirstRecord); }
 bool DuckDBCursor_server::LastRecord() { Refuse(errors::kNoLastRecord); }
 bool DuckDBCursor_server::PrevRecord() { Refuse(errors::kNoPrevRecord); }
 
+// A step inside the chunk touches nothing but this cursor's own position, which the host
+// serialises: the lock is for DuckDB's result, and would cost as much as reading the row.
 bool DuckDBCursor_server::NextRecord() {
-  lumora::EngineLockGuard guard;
   CheckValid();
   if (mChunkRow + 1 < mChunkSize) {
     ++mChunkRow;
     return true;
   }
+  lumora::EngineLockGuard guard;
+  CheckValid();
   return NextChunk();
 }
 
 bool DuckDBCursor_server::NextChunk() {
-  for (std::uint32_t c = 0; c < get_ColumnCount(); ++c) get_Reader(c).put_Chunk(nullptr);
+  put_ReadersChunk(nullptr);
   mChunk.reset();
   mChunkSize = 0;
   mChunkRow = 0;
   mChunk = FetchChunk();
   if (!mChunk) return false;
-  for (std::uint32_t c = 0; c < get_ColumnCount(); ++c) get_Reader(c).put_Chunk(mChunk.get());
+  put_ReadersChunk(mChunk.get());
   mChunkSize = duckdb_data_chunk_get_size(mChunk.get());
   return true;
 }
@@ -51,8 +54,7 @@ bool DuckDBCursor_server::NextChunk() {
 smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
   CheckValid();
   CheckColumnIndex(inColumnIndex);
-  if (!mChunk) Fail(errors::kNoData);
-  if (mChunkRow >= mChunkSize) Fail(errors::kPosition);
+  if (mChunkRow >= mChunkSize) Fail(mChunk ? errors::kPosition : errors::kNoData);
   return get_Reader(inColumnIndex).Read(mChunkRow);
 }
 

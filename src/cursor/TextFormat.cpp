@@ -161,6 +161,7 @@ char* FormatTimeNs(std::int64_t inNanos, char* outText) noexcept {
 }
 
 // The low 24 bits hold how far the offset is below the greatest one, so that the bits sort by time.
+// DuckDB leaves minutes and seconds of the offset out one by one when they are 0.
 char* FormatTimeTz(duckdb_time_tz inTime, char* outText) noexcept {
   constexpr std::int64_t kGreatestOffset = 16 * 3600 - 1;
   char* end = FormatTime({static_cast<std::int64_t>(inTime.bits >> 24)}, outText);
@@ -169,12 +170,12 @@ char* FormatTimeTz(duckdb_time_tz inTime, char* outText) noexcept {
   *end++ = offset < 0 ? '-' : '+';
   std::int64_t const seconds = offset < 0 ? -offset : offset;
   end = PutTwo(end, seconds / 3600);
-  if (seconds % 3600 == 0) return end;
-  *end++ = ':';
-  end = PutTwo(end, seconds / 60 % 60);
-  if (seconds % 60 == 0) return end;
-  *end++ = ':';
-  return PutTwo(end, seconds % 60);
+  for (std::int64_t const part : {seconds / 60 % 60, seconds % 60}) {
+    if (part == 0) continue;
+    *end++ = ':';
+    end = PutTwo(end, part);
+  }
+  return end;
 }
 
 char* FormatTimestamp(duckdb_timestamp inTimestamp, char* outText) noexcept {

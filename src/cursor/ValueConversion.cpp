@@ -7,6 +7,8 @@
 
 #include "cursor/VariantEnvelope.h"
 #include "duckdb_c/Handles.h"
+#include "duckdb_c/ValueText.h"
+#include "duckdb_c/VariantReader.h"
 #include "duckdb_c/duckdb_completion.h"
 
 namespace lumora {
@@ -21,12 +23,9 @@ ValuePtr Scalar(duckdb_value inValue) {
   return TMake(TGet(inValue));
 }
 
-std::string GetText(duckdb_value inValue) {
-  duckdb_c::TextHandle const text(duckdb_get_varchar(inValue));
-  return text ? std::string(text.get()) : std::string();
+ValuePtr Text(duckdb_value inValue) {
+  return MakeStringValue(std::string_view(duckdb_c::GetValueText(inValue)));
 }
-
-ValuePtr Text(duckdb_value inValue) { return MakeStringValue(std::string_view(GetText(inValue))); }
 
 ValuePtr Null(duckdb_value) { return MakeNullValue(); }
 
@@ -73,30 +72,34 @@ ValuePtr Int8(duckdb_value inChild, std::uint32_t inCode) {
 }
 
 ValuePtr Envelope(duckdb_value inChild, std::uint32_t inCode) {
-  return MakeVariantEnvelope(VariantTypeName(inCode), GetText(inChild));
+  return MakeVariantEnvelope(VariantTypeName(inCode), duckdb_c::GetValueText(inChild));
 }
 
 // By variant type code; what is not listed, and every code past the end, is an envelope.
 constexpr auto kVariantConversions = [] {
-  std::array<VariantConversion, kVariantCodes> table{};
+  std::array<VariantConversion, duckdb_c::kVariantCodeCount> table{};
   table.fill(Envelope);
-  table[kVariantNull] = Typed<Null>;
-  table[kVariantTrue] = Constant<true>;
-  table[kVariantFalse] = Constant<false>;
-  table[kVariantInt8] = Int8;
-  table[4] = Typed<Scalar<MakeShortValue, duckdb_get_int16>>;
-  table[5] = Typed<Scalar<MakeLongValue, duckdb_get_int32>>;
-  table[6] = Typed<Scalar<MakeLLongValue, duckdb_get_int64>>;
-  table[8] = Typed<Scalar<MakeByteValue, duckdb_get_uint8>>;
-  table[9] = Typed<Scalar<MakeUShortValue, duckdb_get_uint16>>;
-  table[10] = Typed<Scalar<MakeULongValue, duckdb_get_uint32>>;
-  table[11] = Typed<Scalar<MakeULLongValue, duckdb_get_uint64>>;
-  table[13] = Typed<Scalar<MakeFloatValue, duckdb_get_float>>;
-  table[14] = Typed<Scalar<MakeDoubleValue, duckdb_get_double>>;
-  table[16] = Typed<Text>;
-  table[17] = Typed<Blob>;
-  table[19] = Typed<Scalar<MakeDateValue, duckdb_get_date>>;
-  table[kVariantTimestampMilis] = Typed<Scalar<MakeDateTimeValue, duckdb_get_timestamp>>;
+  auto const set = [&table](duckdb_c::VariantCode inCode, VariantConversion inConversion) {
+    table[static_cast<std::size_t>(inCode)] = inConversion;
+  };
+  using enum duckdb_c::VariantCode;
+  set(kNull, Typed<Null>);
+  set(kTrue, Constant<true>);
+  set(kFalse, Constant<false>);
+  set(kInt8, Int8);
+  set(kInt16, Typed<Scalar<MakeShortValue, duckdb_get_int16>>);
+  set(kInt32, Typed<Scalar<MakeLongValue, duckdb_get_int32>>);
+  set(kInt64, Typed<Scalar<MakeLLongValue, duckdb_get_int64>>);
+  set(kUInt8, Typed<Scalar<MakeByteValue, duckdb_get_uint8>>);
+  set(kUInt16, Typed<Scalar<MakeUShortValue, duckdb_get_uint16>>);
+  set(kUInt32, Typed<Scalar<MakeULongValue, duckdb_get_uint32>>);
+  set(kUInt64, Typed<Scalar<MakeULLongValue, duckdb_get_uint64>>);
+  set(kFloat, Typed<Scalar<MakeFloatValue, duckdb_get_float>>);
+  set(kDouble, Typed<Scalar<MakeDoubleValue, duckdb_get_double>>);
+  set(kVarchar, Typed<Text>);
+  set(kBlob, Typed<Blob>);
+  set(kDate, Typed<Scalar<MakeDateValue, duckdb_get_date>>);
+  set(kTimestampMilis, Typed<Scalar<MakeDateTimeValue, duckdb_get_timestamp>>);
   return table;
 }();
 
@@ -127,7 +130,8 @@ ValuePtr ConvertCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow,
   if (!value || inType != duckdb_c::kTypeVariant) return ConvertDuckDBValue(value.get(), nullptr);
   std::uint32_t const code = duckdb_value_variant_type(value.get());
   // Signed: the "no code" of 2^32 - 1 counts as a code.
-  bool const hasCode = static_cast<std::int32_t>(code) < static_cast<std::int32_t>(kVariantCodes);
+  bool const hasCode =
+      static_cast<std::int32_t>(code) < static_cast<std::int32_t>(duckdb_c::kVariantCodeCount);
   return ConvertDuckDBValue(value.get(), hasCode ? &code : nullptr);
 }
 

@@ -2,46 +2,47 @@
 
 #include <array>
 
+#include "duckdb_c/VariantReader.h"
 #include "tarn/Converter.h"
 
 namespace lumora {
 
 namespace {
 
-constexpr std::array<char const*, kVariantCodes> kNames = {"VARIANT_NULL",
-                                                           "BOOL_TRUE",
-                                                           "BOOL_FALSE",
-                                                           "INT8",
-                                                           "INT16",
-                                                           "INT32",
-                                                           "INT64",
-                                                           "INT128",
-                                                           "UINT8",
-                                                           "UINT16",
-                                                           "UINT32",
-                                                           "UINT64",
-                                                           "UINT128",
-                                                           "FLOAT",
-                                                           "DOUBLE",
-                                                           "DECIMAL",
-                                                           "VARCHAR",
-                                                           "BLOB",
-                                                           "UUID",
-                                                           "DATE",
-                                                           "TIME_MICROS",
-                                                           "TIME_NANOS",
-                                                           "TIMESTAMP_SEC",
-                                                           "TIMESTAMP_MILIS",
-                                                           "TIMESTAMP_MICROS",
-                                                           "TIMESTAMP_NANOS",
-                                                           "TIME_MICROS_TZ",
-                                                           "TIMESTAMP_MICROS_TZ",
-                                                           "INTERVAL",
-                                                           "OBJECT",
-                                                           "ARRAY",
-                                                           "BIGNUM",
-                                                           "BITSTRING",
-                                                           "GEOMETRY"};
+constexpr std::array<char const*, duckdb_c::kVariantCodeCount> kNames = {"VARIANT_NULL",
+                                                                         "BOOL_TRUE",
+                                                                         "BOOL_FALSE",
+                                                                         "INT8",
+                                                                         "INT16",
+                                                                         "INT32",
+                                                                         "INT64",
+                                                                         "INT128",
+                                                                         "UINT8",
+                                                                         "UINT16",
+                                                                         "UINT32",
+                                                                         "UINT64",
+                                                                         "UINT128",
+                                                                         "FLOAT",
+                                                                         "DOUBLE",
+                                                                         "DECIMAL",
+                                                                         "VARCHAR",
+                                                                         "BLOB",
+                                                                         "UUID",
+                                                                         "DATE",
+                                                                         "TIME_MICROS",
+                                                                         "TIME_NANOS",
+                                                                         "TIMESTAMP_SEC",
+                                                                         "TIMESTAMP_MILIS",
+                                                                         "TIMESTAMP_MICROS",
+                                                                         "TIMESTAMP_NANOS",
+                                                                         "TIME_MICROS_TZ",
+                                                                         "TIMESTAMP_MICROS_TZ",
+                                                                         "INTERVAL",
+                                                                         "OBJECT",
+                                                                         "ARRAY",
+                                                                         "BIGNUM",
+                                                                         "BITSTRING",
+                                                                         "GEOMETRY"};
 
 constexpr std::string_view kOpening = R"({"duckdb_variant":true,"variant_type":")";
 constexpr std::string_view kMiddle = R"(","value":")";

@@ -15,18 +15,6 @@
 // without white space and with the members in this order. Pure functions; any thread.
 namespace lumora {
 
-// The variant type codes that decisions hang on.
-enum VariantCode : std::uint32_t {
-  kVariantNull = 0,
-  kVariantTrue = 1,
-  kVariantFalse = 2,
-  kVariantInt8 = 3,
-  kVariantTimestampMilis = 23,
-  kVariantObject = 29,
-  kVariantArray = 30,
-  kVariantCodes = 34,  // how many codes there are
-};
-
 // The name of a variant type code; "UNKNOWN" for a code without one. 23 is "TIMESTAMP_MILIS": the
 // spelling belongs to the format.
 char const* VariantTypeName(std::uint32_t inCode) noexcept;

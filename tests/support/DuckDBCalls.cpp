@@ -133,6 +133,7 @@ duckdb_data_chunk duckdb_result_get_chunk(duckdb_result result, idx_t chunk_inde
   return CountChunk(LUMORA_NEXT(duckdb_result_get_chunk)(result, chunk_index));
 }
 duckdb_data_chunk duckdb_fetch_chunk(duckdb_result result) {
+  if (Fails(Call::kFetchChunk)) return nullptr;
   return CountChunk(LUMORA_NEXT(duckdb_fetch_chunk)(result));
 }
 duckdb_data_chunk duckdb_stream_fetch_chunk(duckdb_result result) {

@@ -43,6 +43,7 @@ enum class Call {
   kBindValue,
   kGetChunk,  // duckdb_result_get_chunk
   kColumnName,
+  kFetchChunk,
   kCount,
 };
 
