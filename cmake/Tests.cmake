@@ -47,8 +47,8 @@ function(lumora_test name label timeout)
     cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     # Exports: what a test defines in the place of one of DuckDB's functions holds for a loaded extension.
-  set_target_properties(${name} PROPERTIES
-    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests" ENABLE_EXPORTS ON)
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests" ENABLE_EXPORTS ON)
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} test_support GTest::gtest_main lumora_warnings test_options)
     foreach(used IN ITEMS lumora_duckdb lumora fake_extension)
         if(TARGET ${used} AND NOT label STREQUAL "unit")

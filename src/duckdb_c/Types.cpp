@@ -42,6 +42,9 @@ TypeId GetValueTypeId(duckdb_value inValue) noexcept {
 // Hazard: DuckDB's own maker gives a VARIANT type without its parts, of which no vector and no list
 // can be made. Remedy: the type of a VARIANT value out of SQL.
 LogicalTypeHandle MakeLogicalType(TypeId inType) {
+  // What the enumeration cannot hold must not be made into one.
+  constexpr TypeId kHighest = 63;
+  if (inType == DUCKDB_TYPE_INVALID || inType > kHighest) return {};
   if (inType == kTypeVariant) return MakeVariantType();
   LogicalTypeHandle type(duckdb_create_logical_type(TypeIdToLibrary(inType)));
   // DuckDB answers INVALID for an identifier that it does not know or that needs parameters.

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "duckdb_c/DuckDBText.h"
 #include "duckdb_c/duckdb_completion.h"
@@ -52,6 +53,31 @@ PreparedHandle TestConnection::Prepare(std::string const& inSql) const {
   }
   return statement;
 }
+
+namespace {
+
+// Closed after the last test and before the library's static objects go.
+class SharedEnvironment : public testing::Environment {
+ public:
+  void TearDown() override { mConnection.reset(); }
+  TestConnection const& get() {
+    if (!mConnection) mConnection = std::make_unique<TestConnection>();
+    return *mConnection;
+  }
+
+ private:
+  std::unique_ptr<TestConnection> mConnection;
+};
+
+SharedEnvironment* const gShared = [] {
+  auto* const shared = new SharedEnvironment;
+  testing::AddGlobalTestEnvironment(shared);
+  return shared;
+}();
+
+}  // namespace
+
+TestConnection const& SharedConnection() { return gShared->get(); }
 
 std::string CellText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow) {
   const duckdb_vector vector = duckdb_data_chunk_get_vector(inChunk, inColumn);

@@ -33,6 +33,9 @@ class TestConnection {
   ConnectionHandle mConnection;
 };
 
+// One for all tests that leave nothing behind in it: opening a database costs more than a test.
+TestConnection const& SharedConnection();
+
 // A VARCHAR cell of a chunk, NULL as "(NULL)".
 std::string CellText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow);
 bool CellFlag(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow);
