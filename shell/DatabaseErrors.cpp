@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <nlohmann/json.hpp>
 
@@ -23,6 +24,19 @@ std::optional<std::size_t> Offset(std::string const& inDigits) {
   return offset;
 }
 
+// "Catalog Error: message"; the type is a few words without punctuation.
+StatementError DecodePlainText(std::string const& inText) {
+  constexpr std::string_view kMark = " Error: ";
+  std::size_t const end = inText.find(kMark);
+  std::string const type = inText.substr(0, end == std::string::npos ? 0 : end);
+  bool const isType =
+      !type.empty() && type.size() < 40 && std::all_of(type.begin(), type.end(), [](char c) {
+        return c == ' ' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+      });
+  if (!isType) return StatementError(inText);
+  return StatementError(inText.substr(end + kMark.size()), type);
+}
+
 }  // namespace
 
 StatementError DecodeReport(std::string const& inText) {
@@ -34,7 +48,7 @@ StatementError DecodeReport(std::string const& inText) {
                             Offset(Member(report, "position")));
     }
   }
-  return StatementError(inText);
+  return DecodePlainText(inText);
 }
 
 StatementError ToStatementError(tarn::xException const& inException) {

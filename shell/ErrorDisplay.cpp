@@ -36,7 +36,9 @@ std::string DescribeError(StatementError const& inError, std::string_view inScri
   text += inError.what();
   if (!inError.mOffset) return PrintableLines(text) + "\n";
   TextPosition const place = LocateOffset(inScript, *inError.mOffset);
-  text += fmt::format(" (line {}, column {})", place.mLine, place.mColumn);
+  // DuckDB's hints stand on lines of their own.
+  text.insert(std::min(text.find('\n'), text.size()),
+              fmt::format(" (line {}, column {})", place.mLine, place.mColumn));
   return PrintableLines(text) + "\n" + CaretLines(place);
 }
 

@@ -16,6 +16,10 @@ void EndOnInterrupt();
 // From here on Ctrl-C is noted; a second one before ClearInterrupt ends the process as above.
 void NoteInterrupts();
 
+// While a line is typed Ctrl-C is noted without a word, however often it comes.
+void put_IsTyping(bool inIsTyping);
+bool get_IsInterrupted();
+
 // Throws Interrupted when Ctrl-C was noted.
 void CheckInterrupt();
 void ClearInterrupt();

@@ -28,11 +28,15 @@ void LineEditor::Remember(std::string const&) {}
 #include <histedit.h>
 #include <langinfo.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <clocale>
 #include <cstring>
+#include <cwchar>
 #include <filesystem>
 
+#include "Interrupt.h"
 #include "Platform.h"
 #include "Text.h"
 
@@ -71,6 +75,26 @@ struct LineEditor::State {
     return *static_cast<State*>(state);
   }
   static char* Prompt(EditLine* inEdit) { return Of(inEdit).mPrompt.data(); }
+
+  // Ctrl-C comes as a signal, and goes on as the key that it is.
+  static int ReadKey(EditLine*, wchar_t* outKey) {
+    std::mbstate_t state{};
+    for (;;) {
+      char byte = 0;
+      ssize_t const size = read(STDIN_FILENO, &byte, 1);
+      if (size == 0) return 0;
+      if (size < 0) {
+        if (errno != EINTR) return -1;
+        if (!get_IsInterrupted()) continue;
+        *outKey = L'\x03';
+        return 1;
+      }
+      std::size_t const used = std::mbrtowc(outKey, &byte, 1, &state);
+      if (used == static_cast<std::size_t>(-2)) continue;
+      if (used == static_cast<std::size_t>(-1)) *outKey = L'?';
+      return 1;
+    }
+  }
 
   static unsigned char Abandon(EditLine* inEdit, int) {
     Of(inEdit).mIsAbandoned = true;
@@ -144,8 +168,7 @@ LineEditor::LineEditor(std::string inHistoryPath, Completer inCompleter)
   el_set(edit, EL_ADDFN, "lumora-abandon", "abandon the line", &State::Abandon);
   el_set(edit, EL_BIND, "^I", "lumora-complete", nullptr);
   el_set(edit, EL_BIND, "^R", "em-inc-search-prev", nullptr);
-  // While a line is edited Ctrl-C is a key like any other.
-  el_set(edit, EL_SETTY, "-d", "intr=", nullptr);
+  el_set(edit, EL_GETCFN, &State::ReadKey);
   el_set(edit, EL_BIND, "^C", "lumora-abandon", nullptr);
   el_source(edit, nullptr);
 }
@@ -166,8 +189,11 @@ LineEditor::Outcome LineEditor::Read(std::string const& inPrompt, std::string& o
   mState->mPrompt = inPrompt;
   mState->mIsAbandoned = false;
   int count = 0;
+  put_IsTyping(true);
   char const* const text = el_gets(mState->mEdit, &count);
+  put_IsTyping(false);
   if (mState->mIsAbandoned) {
+    ClearInterrupt();
     std::fputs("^C\n", stderr);
     return Outcome::kAbandoned;
   }

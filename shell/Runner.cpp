@@ -61,6 +61,20 @@ bool IsForPeople(Mode inMode) {
   return inMode == Mode::kBox || inMode == Mode::kLine || inMode == Mode::kMarkdown;
 }
 
+// A plan is a drawing of several lines: a cell of a table would break it.
+bool IsPlan(std::vector<Column> const& inColumns) {
+  return inColumns.size() == 2 && inColumns[0].mName == "explain_key" &&
+         inColumns[1].mName == "explain_value";
+}
+
+void WritePlan(RowSource& inRows, Output& outOutput) {
+  std::vector<Cell> cells;
+  while (inRows.Next()) {
+    inRows.Read(cells);
+    outOutput.Write(PrintableLines(cells.at(1).mText) + "\n");
+  }
+}
+
 }  // namespace
 
 std::string ReadFile(std::string const& inPath) {
@@ -79,8 +93,11 @@ std::unique_ptr<RowSource> RunQuery(Session& ioSession, std::string const& inSql
 void ShowRows(Session& ioSession, RowSource& inRows) {
   ioSession.mLastColumns = inRows.get_Columns();
   DisplayLimits const limits = ioSession.get_Limits();
-  ioSession.get_Results().Show(
-      [&](Output& outOutput) { WriteRows(ioSession.mMode, inRows, outOutput, limits); });
+  bool const isPlan = ioSession.mMode == Mode::kBox && IsPlan(inRows.get_Columns());
+  ioSession.get_Results().Show([&](Output& outOutput) {
+    if (isPlan) return WritePlan(inRows, outOutput);
+    WriteRows(ioSession.mMode, inRows, outOutput, limits);
+  });
 }
 
 void ShowResult(Session& ioSession, I_DuckDBQueryResult& inResult) {

@@ -19,6 +19,17 @@ LocationPtr LocationOf(std::string const& inPath) {
   return tarn::CreateLocation(ToHostText(inPath));
 }
 
+// DuckDB's messages do not always say which file they are about.
+void OpenNamed(tarn::lsql::I_DuckDBDatabase& ioDatabase, std::string const& inPath) {
+  try {
+    ioDatabase.Open();
+  } catch (tarn::xException const& error) {
+    StatementError const told = ToStatementError(error);
+    bool const isNamed = std::string_view(told.what()).find(inPath) != std::string_view::npos;
+    throw StatementError(isNamed ? told.what() : inPath + ": " + told.what(), told.mType);
+  }
+}
+
 // What stands there is somebody's data: only .drop removes it.
 void RefuseExisting(LocationPtr const& inLocation, std::string const& inPath) {
   if (inLocation->get_Exists()) {
@@ -89,7 +100,7 @@ void Session::Open(std::string const& inPath, bool inReadOnly) {
     DatabasePtr const database = NewDatabase(inPath, isReadOnly);
     if (mDatabase && ToUtf8(mDatabase->get_Key()) == ToUtf8(database->get_Key())) Close();
     ElapsedDisplay const elapsed("opening");
-    database->Open();
+    OpenNamed(*database, inPath);
     Use(database);
     if (database->get_IsReadOnly() && !isReadOnly) {
       TellUser(inPath + " cannot be written; it is open for reading only");

@@ -56,7 +56,7 @@ bool OpenDatabase(Session& ioSession, Options const& inOptions) {
     }
     return true;
   } catch (StatementError const& error) {
-    TellUser("lumora: cannot open " + inOptions.mDatabase + ": " + error.what());
+    TellUser(std::string("lumora: ") + error.what());
     return false;
   }
 }
