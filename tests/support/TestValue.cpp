@@ -5,8 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tarn/Converter.h"
-
 namespace lumora::test {
 namespace {
 
@@ -185,10 +183,6 @@ tarn::smart_ptr<tarn::ValueRows> MakeRows(std::vector<tarn::smart_ptr<tarn::Valu
   tarn::smart_ptr<tarn::ValueRows> rows(new tarn::ValueRows);
   for (auto& row : inRows) rows->Append(std::move(row));
   return rows;
-}
-
-std::string ToUTF8(tarn::String const& inText) {
-  return tarn::StFromUTF16(inText, tarn::GetConverter_UTF8());
 }
 
 }  // namespace lumora::test

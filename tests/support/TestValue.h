@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "support/HostValueText.h"
 #include "tarn/Value.h"
 
 namespace lumora::test {
@@ -91,8 +92,5 @@ std::string MakeEnvelope(std::string const& inTypeName, std::string const& inTex
 
 tarn::smart_ptr<tarn::ValueRow> MakeRow(std::vector<tarn::smart_ptr<tarn::I_Value>> inValues);
 tarn::smart_ptr<tarn::ValueRows> MakeRows(std::vector<tarn::smart_ptr<tarn::ValueRow>> inRows);
-
-// The host text as UTF-8.
-std::string ToUTF8(tarn::String const& inText);
 
 }  // namespace lumora::test
