@@ -21,6 +21,7 @@ target_compile_definitions(test_support ${_scope}
     LUMORA_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
     LUMORA_EXTENSION_PATH="${LUMORA_EXTENSION_PATH}"
     LUMORA_SHELL_PATH="${LUMORA_SHELL_PATH}"
+    LUMORA_VERSION="${PROJECT_VERSION}"
     LUMORA_FLIGHTS_PATH="${CMAKE_SOURCE_DIR}/build/deps/data/flights-3m.parquet")
 
 # Tests are compiled without optimisation, which halves their build and costs nothing that matters: what they

@@ -184,7 +184,14 @@ void RunCommand(Session& ioSession, std::string_view inLine) {
     if (words.size() < command.mMinWords || words.size() > command.mMaxWords) {
       throw StatementError(fmt::format("usage: {} {}", command.mName, command.mArguments));
     }
-    return command.mRun(ioSession, words, rest);
+    try {
+      return command.mRun(ioSession, words, rest);
+    } catch (StatementError const& error) {
+      // The place is one in the SQL text behind the name.
+      if (!error.mOffset) throw;
+      auto const restOffset = static_cast<std::size_t>(rest.data() - inLine.data());
+      throw StatementError(error.what(), error.mType, restOffset + *error.mOffset);
+    }
   }
   throw StatementError(fmt::format("there is no command {}; .help shows all", name));
 }
