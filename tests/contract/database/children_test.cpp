@@ -65,6 +65,7 @@ TEST_F(Children, OthersThatAreNotThereAreIgnored) {
   database->RegisterCursor(nullptr);
   database->RegisterQueryResult(nullptr);
   database->Close();
+  EXPECT_FALSE(database->get_IsOpen());
 }
 
 TEST_F(Children, AreClosedResultsFirstThenCursorsThenStatementsTheYoungestFirst) {
