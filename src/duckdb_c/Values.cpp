@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <utility>
 #include <vector>
 
-#include "duckdb_c/DuckDBText.h"
-#include "duckdb_c/Types.h"
-#include "duckdb_c/ValueText.h"
 
 namespace lumora::duckdb_c {
 
@@ -44,17 +41,6 @@ ValueHandle MakeBignum(std::string_view inBytes) {
   }
   return ValueHandle(
       duckdb_create_bignum(duckdb_bignum{magnitude.data(), magnitude.size(), negative}));
-}
-
-std::string GetValueText(duckdb_value inValue) {
-  if (!inValue || duckdb_is_null_value(inValue)) return {};
-  const LogicalTypeHandle text_type(duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR));
-  // Of a text value too: a reference to it as a plain VARCHAR, whatever its alias.
-  const ValueHandle text = RetypeValue(text_type.get(), inValue);
-  const VectorHandle vector = MakeVectorOf(text.get());
-  if (!vector) return {};
-  const auto* const data = static_cast<duckdb_string_t*>(duckdb_vector_get_data(vector.get()));
-  return data ? std::string(TextOf(*data)) : std::string();
 }
 
 }  // namespace lumora::duckdb_c

@@ -1,8 +1,5 @@
 #include "TestConnection.h"
 
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 #include "duckdb_c/DuckDBText.h"
@@ -101,16 +98,6 @@ std::string ValueTypeText(duckdb_value inValue) {
 
 void ForEachChunk(ResultHandle& ioResult, std::function<void(duckdb_data_chunk)> const& inWork) {
   while (const ChunkHandle chunk{duckdb_fetch_chunk(ioResult.get())}) inWork(chunk.get());
-}
-
-std::uint64_t TestSeed() {
-  char const* const given = std::getenv("LUMORA_TEST_SEED");
-  const std::uint64_t seed =
-      given
-          ? std::strtoull(given, nullptr, 10)
-          : static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count());
-  std::printf("LUMORA_TEST_SEED=%llu\n", static_cast<unsigned long long>(seed));
-  return seed;
 }
 
 }  // namespace lumora::duckdb_c::test

@@ -3,7 +3,6 @@
 #include <duckdb.h>
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -45,8 +44,5 @@ std::string ValueTypeText(duckdb_value inValue);
 
 // Runs the work for every chunk of a result.
 void ForEachChunk(ResultHandle& ioResult, std::function<void(duckdb_data_chunk)> const& inWork);
-
-// The seed of a random test: LUMORA_TEST_SEED, or one of the clock; printed.
-std::uint64_t TestSeed();
 
 }  // namespace lumora::duckdb_c::test

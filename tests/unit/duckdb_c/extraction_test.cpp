@@ -10,6 +10,7 @@
 #include "TestConnection.h"
 #include "duckdb_c/SqlSplitter.h"
 #include "duckdb_c/duckdb_completion.h"
+#include "support/Seed.h"
 
 namespace lumora::duckdb_c::test {
 namespace {
@@ -177,7 +178,7 @@ std::string PutTogether(std::string const& inScript, std::vector<SqlPiece> const
 
 TEST(Extraction, GeneratedScriptsSplitAsDuckDBSplitsThem) {
   TestConnection const& connection = SharedConnection();
-  ScriptMaker maker(TestSeed());
+  ScriptMaker maker(lumora::test::get_Seed("Extraction"));
   constexpr std::size_t kScripts = 10000;
   for (std::size_t run = 0; run < kScripts && !testing::Test::HasFailure(); ++run) {
     std::string script = maker.Around();

@@ -1,0 +1,67 @@
+#include "duckdb_c/ValueText.h"
+
+#include "duckdb_c/ColumnText.h"
+#include "duckdb_c/DuckDBText.h"
+#include "duckdb_c/Handles.h"
+#include "duckdb_c/Types.h"
+#include "duckdb_c/Values.h"
+
+namespace lumora::duckdb_c {
+namespace {
+
+bool HasNamedType(duckdb_logical_type inType);
+
+bool AnyMemberHasNamedType(duckdb_logical_type inType, idx_t inCount,
+                           duckdb_logical_type (*inGetMember)(duckdb_logical_type, idx_t)) {
+  for (idx_t index = 0; index < inCount; ++index) {
+    if (HasNamedType(LogicalTypeHandle(inGetMember(inType, index)).get())) return true;
+  }
+  return false;
+}
+
+// Whether a nested type has a type with an alias inside, at any depth.
+bool HasNamedTypeInside(duckdb_logical_type inType) {
+  switch (GetTypeId(inType)) {
+    case DUCKDB_TYPE_LIST:
+      return HasNamedType(LogicalTypeHandle(duckdb_list_type_child_type(inType)).get());
+    case DUCKDB_TYPE_ARRAY:
+      return HasNamedType(LogicalTypeHandle(duckdb_array_type_child_type(inType)).get());
+    case DUCKDB_TYPE_MAP:
+      return HasNamedType(LogicalTypeHandle(duckdb_map_type_key_type(inType)).get()) ||
+             HasNamedType(LogicalTypeHandle(duckdb_map_type_value_type(inType)).get());
+    case DUCKDB_TYPE_STRUCT:
+      return AnyMemberHasNamedType(inType, duckdb_struct_type_child_count(inType),
+                                   duckdb_struct_type_child_type);
+    case DUCKDB_TYPE_UNION:
+      return AnyMemberHasNamedType(inType, duckdb_union_type_member_count(inType),
+                                   duckdb_union_type_member_type);
+    default: return false;
+  }
+}
+
+bool HasNamedType(duckdb_logical_type inType) {
+  return TextHandle(duckdb_logical_type_get_alias(inType)) || HasNamedTypeInside(inType);
+}
+
+std::string TextBySql(duckdb_value inValue) {
+  const VectorHandle vector = MakeVectorOf(inValue);
+  const ColumnText text = RenderColumn(vector.get(), 1, Rendering::kText);
+  return std::string(text.get_Text(0));
+}
+
+}  // namespace
+
+std::string GetValueText(duckdb_value inValue) {
+  if (!inValue || duckdb_is_null_value(inValue)) return {};
+  // The type belongs to the value.
+  if (HasNamedTypeInside(duckdb_get_value_type(inValue))) return TextBySql(inValue);
+  const LogicalTypeHandle text_type(duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR));
+  // Of a text value too: a reference to it as a plain VARCHAR, whatever its alias.
+  const ValueHandle text = RetypeValue(text_type.get(), inValue);
+  const VectorHandle vector = MakeVectorOf(text.get());
+  if (!vector) return {};
+  const auto* const data = static_cast<duckdb_string_t*>(duckdb_vector_get_data(vector.get()));
+  return data ? std::string(TextOf(*data)) : std::string();
+}
+
+}  // namespace lumora::duckdb_c
