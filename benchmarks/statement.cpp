@@ -222,6 +222,8 @@ void BM_RowsInMemory(benchmark::State& ioState) {
 }
 BENCHMARK(BM_RowsInMemory)
     ->Args({1000, kPlain})
+    ->Args({1000, kNulls})
+    ->Args({1000, kOtherWidths})
     ->Args({10000, kPlain})
     ->Args({100000, kPlain})
     ->Args({100000, kNulls})
