@@ -8,6 +8,7 @@
 #include "support/DuckDBCalls.h"
 #include "support/FakeDatabase.h"
 #include "support/HostValueText.h"
+#include "support/TestValue.h"
 #include "tarn/Exceptions.h"
 
 namespace {

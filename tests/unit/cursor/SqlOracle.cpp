@@ -2,57 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <cstdlib>
-#include <map>
-
 #include "support/HostValueText.h"
 
 namespace lumora::test {
 
 namespace {
-
-// Types with a host kind of their own, by what typeof begins with. %: the cell.
-struct Kind {
-  char const* mName;
-  char const* mText;  // SQL that gives the content as text
-};
-
-std::map<std::string, Kind, std::less<>> const kKinds = {
-    {"BOOLEAN", {"Boolean", "CAST(% AS VARCHAR)"}},
-    {"TINYINT", {"Short", "CAST(% AS VARCHAR)"}},
-    {"SMALLINT", {"Short", "CAST(% AS VARCHAR)"}},
-    {"INTEGER", {"Long", "CAST(% AS VARCHAR)"}},
-    {"BIGINT", {"LLong", "CAST(% AS VARCHAR)"}},
-    {"UTINYINT", {"Byte", "CAST(% AS VARCHAR)"}},
-    {"USMALLINT", {"UShort", "CAST(% AS VARCHAR)"}},
-    {"UINTEGER", {"ULong", "CAST(% AS VARCHAR)"}},
-    {"UBIGINT", {"ULLong", "CAST(% AS VARCHAR)"}},
-    {"FLOAT", {"Float", "CAST(% AS VARCHAR)"}},
-    {"DOUBLE", {"Double", "CAST(% AS VARCHAR)"}},
-    {"DECIMAL", {"Double", "CAST(CAST(% AS DOUBLE) AS VARCHAR)"}},
-    // DuckDB's time zone library loses a millisecond at the ends of the range, in UTC too.
-    {"TIMESTAMP WITH TIME ZONE",
-     {"String",
-      "CAST(make_timestamp(epoch_us(%)) AS VARCHAR) || CASE WHEN isinf(%) THEN '' ELSE '+00' END"}},
-    {"BLOB", {"FixedBinary", "lower(hex(%))"}},
-};
-
-Kind const kText = {"String", "CAST(% AS VARCHAR)"};
-
-Kind const& FindKind(std::string const& inType) {
-  if (inType.ends_with(']')) return kText;
-  auto const found = kKinds.find(inType.substr(0, inType.find('(')));
-  return found == kKinds.end() ? kText : found->second;
-}
-
-std::string InWords(Kind const& inKind, std::string const& inText) {
-  std::string const name = inKind.mName;
-  if (name == "String") return "String '" + Visible(inText) + "'";
-  if (name == "FixedBinary") return "FixedBinary x'" + inText + "'";
-  if (name == "Float") return fmt::format("Float {}", std::strtof(inText.c_str(), nullptr));
-  if (name == "Double") return fmt::format("Double {}", std::strtod(inText.c_str(), nullptr));
-  return name + " " + inText;
-}
 
 std::vector<std::vector<std::string>> ReadTexts(duckdb_c::ResultHandle& ioResult,
                                                 std::string const& inNull) {
@@ -84,7 +38,7 @@ SqlAnswers AskSql(FakeDatabase& ioDatabase, std::string const& inQuery) {
 
   std::string select;
   for (std::size_t c = 0; c < types.size(); ++c) {
-    std::string text = FindKind(types[c]).mText;
+    std::string text = SqlContent(types[c]);
     for (auto at = text.find('%'); at != text.npos; at = text.find('%')) {
       text.replace(at, 1, fmt::format("c{}", c));
     }
@@ -98,7 +52,7 @@ SqlAnswers AskSql(FakeDatabase& ioDatabase, std::string const& inQuery) {
   SqlAnswers answers{types, ReadTexts(result, kNull)};
   for (std::size_t c = 0; c < types.size(); ++c) {
     for (std::string& text : answers.mExpected[c]) {
-      text = text == kNull ? "Boolean NULL" : InWords(FindKind(types[c]), text);
+      text = text == kNull ? "Boolean NULL" : InWords(types[c], text);
     }
   }
   return answers;

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "support/HostValueText.h"
+#include "support/TestValue.h"
 
 namespace {
 
