@@ -6,7 +6,7 @@
 #include <map>
 #include <vector>
 
-#include "support/TestValue.h"
+#include "tarn/Converter.h"
 
 namespace lumora::test {
 
@@ -158,6 +158,10 @@ std::string InWords(std::string const& inType, std::string const& inContent) {
   return WithKind(FindKind(inType).mName, inContent);
 }
 std::string KindOf(std::string const& inType) { return FindKind(inType).mName; }
+
+std::string ToUTF8(tarn::String const& inText) {
+  return tarn::StFromUTF16(inText, tarn::GetConverter_UTF8());
+}
 
 std::string Visible(std::string_view inText) {
   std::string text;

@@ -3,11 +3,14 @@
 #include <string>
 #include <string_view>
 
+#include "tarn/String.h"
 #include "tarn/Value.h"
 #include "tarn/smart_ptr.h"
 
 // Host values and texts as UTF-8, for comparison and for messages.
 namespace lumora::test {
+
+std::string ToUTF8(tarn::String const& inText);
 
 // The kind and the content: "Long -5", "String 'abc'", "Boolean NULL". Doubles with all their
 // digits, bytes in hexadecimal, invisible characters escaped.

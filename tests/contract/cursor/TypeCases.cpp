@@ -2,7 +2,7 @@
 
 namespace lumora::test {
 
-std::vector<TypeCase> const& ScalarTypeCases() {
+std::vector<TypeCase> const& NumberTypeCases() {
   static std::vector<TypeCase> const sCases = {
       {"BOOLEAN", {"false", "true"}},
       {"TINYINT", {"(-128)::TINYINT", "(-5)::TINYINT", "0::TINYINT", "127::TINYINT"}},
@@ -28,6 +28,12 @@ std::vector<TypeCase> const& ScalarTypeCases() {
        {"(-999.9)::DECIMAL(4,1)", "12.34::DECIMAL(10,2)", "(-99999.9999)::DECIMAL(9,4)",
         "999999999999.999999::DECIMAL(18,6)", "0::DECIMAL(38,10)",
         "9999999999999999999999999999.9999999999::DECIMAL(38,10)"}},
+  };
+  return sCases;
+}
+
+std::vector<TypeCase> const& TimeTypeCases() {
+  static std::vector<TypeCase> const sCases = {
       {"DATE",
        {"DATE '5877642-06-25 (BC)'", "DATE '0044-03-15 (BC)'", "DATE '0001-01-01'",
         "DATE '2024-01-15'", "DATE '5881580-07-10'", "'infinity'::DATE", "'-infinity'::DATE"}},

@@ -10,7 +10,8 @@ struct TypeCase {
 };
 
 // Every type that a column of a result can have, VARIANT apart.
-std::vector<TypeCase> const& ScalarTypeCases();
+std::vector<TypeCase> const& NumberTypeCases();
+std::vector<TypeCase> const& TimeTypeCases();
 std::vector<TypeCase> const& OtherTypeCases();
 
 }  // namespace lumora::test

@@ -120,11 +120,13 @@ class Types : public CursorFixture {
 
 TEST_F(Types, AreWhatTheDocumentSays) {
   mText << kHead << "## Columns\n\n| type | identifier | host kind |\n|---|---|---|\n";
-  WriteKinds(ScalarTypeCases());
+  WriteKinds(NumberTypeCases());
+  WriteKinds(TimeTypeCases());
   WriteKinds(OtherTypeCases());
   mText << "| VARIANT | 60 | by its inner value |\n\n"
            "## Values\n\n| type | SQL | host value |\n|---|---|---|\n";
-  WriteCells(ScalarTypeCases());
+  WriteCells(NumberTypeCases());
+  WriteCells(TimeTypeCases());
   WriteCells(OtherTypeCases());
   mText << "\n## VARIANT\n\n| inner type | SQL | host value |\n|---|---|---|\n";
   WriteVariants();
