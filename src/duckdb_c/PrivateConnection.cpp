@@ -1,11 +1,10 @@
 #include <nlohmann/json.hpp>
 
+#include <utility>
+
 #include "duckdb_c/PrivateDatabase.h"
 
 namespace lumora::duckdb_c {
-
-// Of the instance, which is a record of PrivateDatabase.cpp.
-void MarkBroken(PrivateInstance& outInstance);
 
 namespace {
 
@@ -15,19 +14,32 @@ LogicalTypeHandle MakePlainType(duckdb_type inType) {
   return LogicalTypeHandle(duckdb_create_logical_type(inType));
 }
 
+// A member's text; empty where there is no such member or it is none.
+std::string TextMember(nlohmann::json const& inObject, char const* inName) {
+  const auto member = inObject.find(inName);
+  const bool is_text = member != inObject.end() && member->is_string();
+  return is_text ? member->get<std::string>() : std::string();
+}
+
 }  // namespace
 
-// With errors_as_json on, a text of DuckDB is an object of its kind, its message and more. A text
-// that is none is handed on as it is.
-std::string PrivateConnection::DecodeError(char const* inText) {
-  std::string text = TextOr(inText, "");
-  const nlohmann::json error = nlohmann::json::parse(text, nullptr, false);
-  if (!error.is_object()) return text;
-  const std::string kind = error.value("exception_type", std::string());
-  if (kind == "FATAL" || kind == "INTERNAL" || kind == "Fatal" || kind == "Internal") {
-    MarkBroken(*mInstance);
+// With errors_as_json on, a text of DuckDB is an object of its kind, its message and more.
+PrivateError DecodePrivateError(char const* inText) {
+  PrivateError error{TextOr(inText, ""), false};
+  const nlohmann::json object = nlohmann::json::parse(error.mMessage, nullptr, false);
+  if (!object.is_object()) return error;
+  const std::string kind = TextMember(object, "exception_type");
+  error.mIsFatal = kind == "FATAL" || kind == "INTERNAL";
+  if (std::string message = TextMember(object, "exception_message"); !message.empty()) {
+    error.mMessage = std::move(message);
   }
-  return error.value("exception_message", text);
+  return error;
+}
+
+std::string PrivateConnection::NoteError(char const* inText) {
+  PrivateError error = DecodePrivateError(inText);
+  if (error.mIsFatal) Abandon();
+  return std::move(error.mMessage);
 }
 
 duckdb_prepared_statement PrivateConnection::Prepare(std::string const& inSql,
@@ -37,7 +49,7 @@ duckdb_prepared_statement PrivateConnection::Prepare(std::string const& inSql,
   }
   PreparedHandle statement;
   if (duckdb_prepare(mConnection.get(), inSql.c_str(), statement.out()) != DuckDBSuccess) {
-    outError = DecodeError(duckdb_prepare_error(statement.get()));
+    outError = NoteError(duckdb_prepare_error(statement.get()));
     return nullptr;
   }
   if (mStatements.size() >= kMaxStatements) mStatements.clear();
@@ -48,7 +60,7 @@ bool PrivateConnection::Query(std::string const& inSql, ResultHandle& outResult,
                               std::string& outError) {
   mIsEmitted = false;
   if (duckdb_query(mConnection.get(), inSql.c_str(), outResult.out()) == DuckDBSuccess) return true;
-  outError = DecodeError(duckdb_result_error(outResult.ptr()));
+  outError = NoteError(duckdb_result_error(outResult.ptr()));
   return false;
 }
 
@@ -59,12 +71,12 @@ bool PrivateConnection::Execute(duckdb_prepared_statement inStatement,
   idx_t position = 0;
   for (const duckdb_value value : inValues) {
     if (duckdb_bind_value(inStatement, ++position, value) != DuckDBSuccess) {
-      outError = DecodeError(duckdb_prepare_error(inStatement));
+      outError = NoteError(duckdb_prepare_error(inStatement));
       return false;
     }
   }
   const bool is_done = duckdb_execute_prepared(inStatement, outResult.out()) == DuckDBSuccess;
-  if (!is_done) outError = DecodeError(duckdb_result_error(outResult.ptr()));
+  if (!is_done) outError = NoteError(duckdb_result_error(outResult.ptr()));
   // A kept statement must not keep the values alive.
   duckdb_clear_bindings(inStatement);
   return is_done;

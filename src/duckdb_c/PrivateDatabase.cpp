@@ -182,6 +182,8 @@ ValueHandle CaptureCell(duckdb_vector inVector, idx_t inSize, idx_t inRow) {
   return value;
 }
 
+void PrivateConnection::Abandon() noexcept { mInstance->mIsBroken.store(true); }
+
 bool PrivateConnection::IsBroken() const noexcept { return mInstance->mIsBroken.load(); }
 
 PrivateConnection::PrivateConnection(std::shared_ptr<PrivateInstance> inInstance)
@@ -207,7 +209,5 @@ bool PrivateConnection::Open() {
   return Query("SET errors_as_json = true", result, error) &&
          Query("SET TimeZone = 'UTC'", result, error) && RegisterFunctions();
 }
-
-void MarkBroken(PrivateInstance& outInstance) { outInstance.mIsBroken.store(true); }
 
 }  // namespace lumora::duckdb_c

@@ -39,6 +39,13 @@ struct EmitSource {
   duckdb_logical_type mType = nullptr;  // of the column
 };
 
+// DuckDB's error text, which is JSON on these connections.
+struct PrivateError {
+  std::string mMessage;   // the whole text where it is no such JSON
+  bool mIsFatal = false;  // the database is useless from now on
+};
+PrivateError DecodePrivateError(char const* inText);
+
 class PrivateConnection {
  public:
   // A connection whose functions are there. Null when DuckDB refuses.
@@ -66,7 +73,8 @@ class PrivateConnection {
   // The value that the last statement passed to capture; null when none.
   ValueHandle TakeCaptured() noexcept { return std::move(mCaptured); }
 
-  // The database can no longer be used; the connection is not lent again.
+  // The database can no longer be used; its connections are not lent again.
+  void Abandon() noexcept;
   bool IsBroken() const noexcept;
   std::shared_ptr<PrivateInstance> const& get_Instance() const noexcept { return mInstance; }
 
@@ -74,7 +82,7 @@ class PrivateConnection {
   explicit PrivateConnection(std::shared_ptr<PrivateInstance> inInstance);
   bool Open();
   bool RegisterFunctions();
-  std::string DecodeError(char const* inText);
+  std::string NoteError(char const* inText);
 
   static void BindCapture(duckdb_bind_info inInfo);
   static void BindEmit(duckdb_bind_info inInfo);
