@@ -23,7 +23,8 @@ struct OpenFile {
   bool mBusy = false;            // one thread is opening, closing or inspecting it
   std::uint32_t mReadWriteUsers = 0;
   std::uint32_t mReadOnlyUsers = 0;
-  DatabaseHandle mReadWrite;  // the shared instance
+  DatabaseHandle mReadWrite;   // the shared instance
+  std::string mReadWriteName;  // the resolved path that DuckDB has it under
   std::unique_ptr<ReadLockKeeper> mKeeper;
 
   std::uint32_t get_Users() const { return mReadWriteUsers + mReadOnlyUsers; }

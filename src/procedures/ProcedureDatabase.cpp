@@ -15,28 +15,29 @@ void CheckNoNul(std::string const& inText) {
   }
 }
 
-std::shared_ptr<OpenDatabase> OpenReadOnly(duckdb_c::OpenRequest inRequest) {
+// A configuration that says read-only; empty when DuckDB has no memory for it.
+duckdb_c::ConfigHandle MakeReadOnlyConfig() {
   duckdb_c::ConfigHandle config;
-  if (duckdb_create_config(config.out()) != DuckDBSuccess) return nullptr;
-  if (duckdb_set_config(config.get(), "access_mode", "READ_ONLY") != DuckDBSuccess) {
-    return nullptr;
-  }
-  std::string error;
-  inRequest.mAccess = duckdb_c::Access::kReadOnly;
-  inRequest.mConfig = config.get();
-  return duckdb_c::OpenDatabaseFile(inRequest, error);
+  bool const made = duckdb_create_config(config.out()) == DuckDBSuccess &&
+                    duckdb_set_config(config.get(), "access_mode", "READ_ONLY") == DuckDBSuccess;
+  if (!made) config.reset();
+  return config;
 }
 
 std::shared_ptr<OpenDatabase> Open(std::string const& inUri) {
   duckdb_c::OpenRequest request;
   request.mPath = inUri;
   request.mMustExist = true;
+  // A file that this process has open is read as it is open, be it read-only.
+  duckdb_c::ConfigHandle config;
+  if (!inUri.empty() && duckdb_c::CountFileUsers(inUri) > 0) {
+    config = MakeReadOnlyConfig();
+    if (!config) return nullptr;
+    request.mAccess = duckdb_c::Access::kReadOnly;
+    request.mConfig = config.get();
+  }
   std::string error;
-  auto database = duckdb_c::OpenDatabaseFile(request, error);
-  if (database || inUri.empty()) return database;
-  // A file that somebody in this process has open read-only cannot be opened read-write, but to
-  // read it this is not needed.
-  return duckdb_c::CountFileUsers(inUri) > 0 ? OpenReadOnly(request) : nullptr;
+  return duckdb_c::OpenDatabaseFile(request, error);
 }
 
 }  // namespace
