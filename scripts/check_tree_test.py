@@ -57,6 +57,7 @@ BREACHES = [
     ("tests/unit/cursor/Skip.cpp", "TEST(A, b) { GTEST_" + "SKIP(); EXPECT_EQ(1, 1); }\n", "says GTEST_"),
     ("tests/unit/cursor/Off.cpp", "TEST(A, DISABLED" + "_b) { EXPECT_EQ(1, 1); }\n", "says DISABLED"),
     ("src/cursor/Later.cpp", "// TO" + "DO: the rest\n", "says TO"),
+    ("src/cursor/Merge.cpp", "int x;\n" + "<" * 7 + " HEAD\n", "says <<<"),
     ("docs/later.md", "FIX" + "ME\n", "says FIX"),
     ("tests/unit/cursor/None.cpp", "TEST(A, b) { Call(); }\n", "TEST(A, b) asserts nothing"),
     ("tests/contract/x/Empty.cpp", "// EXPECT_EQ(1, 1)\nint x;\n", "has no test"),
