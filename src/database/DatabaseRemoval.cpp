@@ -1,5 +1,7 @@
 #include "database/DatabaseRemoval.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <filesystem>
 #include <system_error>
@@ -18,6 +20,10 @@ namespace {
 
 constexpr std::array<char const*, 5> kLeftovers = {".wal", ".wal.checkpoint", ".wal.recovery",
                                                    ".creating", ".creating.wal"};
+// What an interrupted restore left. It goes before the file: later it would be taken for a database
+// to put back.
+constexpr std::array<char const*, 4> kReplacedFiles = {
+    ".lumora-replaced", ".lumora-replaced.wal", ".lumora-restoring", ".lumora-restoring.wal"};
 constexpr char const* kTemporaryFolder = ".tmp";
 constexpr char const* kTemporaryFile = "duckdb_temp_";
 
@@ -30,9 +36,10 @@ std::string RemoveFile(std::string const& inPath) {
   return {};
 }
 
-std::string RemoveLeftovers(std::string const& inPath) {
+template <typename TSuffixes>
+std::string RemoveBeside(std::string const& inPath, TSuffixes const& inSuffixes) {
   std::error_code error;
-  for (char const* const suffix : kLeftovers) {
+  for (char const* const suffix : inSuffixes) {
     std::string const path = inPath + suffix;
     if (!fs::is_regular_file(duckdb_c::PathOf(path), error)) continue;
     if (std::string why = RemoveFile(path); !why.empty()) return why;
@@ -60,15 +67,16 @@ void RemoveTemporaryFiles(std::string const& inPath) {
 
 std::string RemoveDatabaseFiles(std::string const& inPath) {
   duckdb_c::FileStatus const status = duckdb_c::InspectFile(inPath);
-  if (status.mKind == FileKind::kFolder) return "Can not be dropped. It is a folder.";
-  if (status.mKind == FileKind::kOther) return "Can not be dropped. It is not a regular file.";
+  if (status.mKind == FileKind::kFolder) return kIsFolder;
+  if (status.mKind == FileKind::kOther) return kIsNoFile;
   if (status.mKind != FileKind::kMissing) {
     std::string const holder = duckdb_c::FindLockHolder(status.mPath);
-    if (!holder.empty()) return "Can not be dropped. It is in use by " + holder + ".";
+    if (!holder.empty()) return fmt::format(kInUseBy, holder);
+    if (std::string why = RemoveBeside(status.mPath, kReplacedFiles); !why.empty()) return why;
     if (std::string why = RemoveFile(status.mPath); !why.empty()) return why;
   }
   for (std::string const& path : {status.mPath, inPath}) {
-    if (std::string why = RemoveLeftovers(path); !why.empty()) return why;
+    if (std::string why = RemoveBeside(path, kLeftovers); !why.empty()) return why;
     RemoveTemporaryFiles(path);
   }
   return {};

@@ -6,6 +6,7 @@
 
 #include "database/DatabaseErrors.h"
 #include "database/DatabaseRemoval.h"
+#include "database/DatabaseRestore.h"
 #include "database/Globals.h"
 #include "duckdb_c/EngineLockGuard.h"
 #include "duckdb_c/FileStatus.h"
@@ -176,10 +177,11 @@ void DuckDBDatabase::Drop() {
   EngineLockGuard const guard;
   Close();
   std::string const path = get_LocalPath();
+  if (!path.empty()) lumora::ReturnReplaced(path);
   FileReservation const file(path);
   std::uint32_t const users =
       path.empty() ? mOpenDatabases->get_Count(get_Key()) : file.get_Users();
-  if (users != 0) Throw(fmt::format("Can not be dropped. {} connections are alive.", users));
+  if (users != 0) Throw(fmt::format(lumora::kInUse, users));
   if (!path.empty()) RemoveFiles();
 }
 

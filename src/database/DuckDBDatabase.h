@@ -85,6 +85,7 @@ class DuckDBDatabase final : public I_DuckDBDatabase,
   bool Attach(Database inHandle);  // false: no connection
   void CreateNew();
   void RemoveFiles();
+  smart_ptr<I_Location> PrepareBackup(smart_ptr<I_Location>& ioFolder);
   std::exception_ptr CloseChildren();
   void CloseHandle();
 

@@ -3,6 +3,7 @@
 
 #include "database/DatabaseErrors.h"
 #include "database/DatabaseRemoval.h"
+#include "database/DatabaseRestore.h"
 #include "database/DuckDBDatabase.h"
 #include "duckdb_c/EngineLockGuard.h"
 
@@ -93,6 +94,7 @@ void DuckDBDatabase::Open() {
   EngineLockGuard const guard;
   Close();
   bool const local = mToken.isEmpty() && !IsInMemory();
+  if (local && !get_Exists()) lumora::ReturnReplaced(get_LocalPath());
   if (local && !get_Exists()) Throw(lumora::kNoFile);
   ConfigEntries entries = lumora::RemoteEntries(mToken, mUserAgent);
   if (mHasSettings) {

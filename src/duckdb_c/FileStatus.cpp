@@ -124,6 +124,14 @@ FileStatus InspectFile(std::string const& inPath) {
 
 // The system itself refuses to remove or to open what another process has open.
 std::string FindLockHolder(std::string const&) { return {}; }
+void FlushToDisk(std::string const& inPath) {
+  HANDLE const file = CreateFileW(PathOf(inPath).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return;  // a folder too: its names need no flush here
+  FlushFileBuffers(file);
+  CloseHandle(file);
+}
+
 ReadLockKeeper::ReadLockKeeper(std::string const&) {}
 ReadLockKeeper::~ReadLockKeeper() = default;
 void ReadLockKeeper::Cover() noexcept {}
@@ -174,6 +182,13 @@ std::string FindLockHolder(std::string const& inPath) {
   ::close(descriptor);
   if (!known || lock.l_type == F_UNLCK) return {};
   return lock.l_pid > 0 ? "process " + std::to_string(lock.l_pid) : "another process";
+}
+
+void FlushToDisk(std::string const& inPath) {
+  int const descriptor = ::open(inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return;
+  (void)::fsync(descriptor);
+  ::close(descriptor);
 }
 
 ReadLockKeeper::ReadLockKeeper(std::string const& inPath)

@@ -49,6 +49,11 @@ std::string LocalPathOf(std::string const& inPath);
 // for a file that nobody in this process has open.
 std::string FindLockHolder(std::string const& inPath);
 
+// Makes what was written to a file, or the names in a folder, last through a power failure, as far
+// as the system can. Hazard: it opens and closes the file; only for one that nobody in this process
+// has open. Never throws; what cannot be flushed is left to the system.
+void FlushToDisk(std::string const& inPath);
+
 // Keeps this process's read lock on a file while descriptors of it are closed.
 //
 // Hazard: on POSIX any close of any descriptor gives up the read lock that other instances of this

@@ -6,6 +6,7 @@
 
 #include "cursor/DuckDBCursor_client.h"
 #include "database/DatabaseErrors.h"
+#include "database/DatabaseRestore.h"
 #include "database/DuckDBDatabase.h"
 #include "database/Globals.h"
 #include "duckdb_c/DatabaseFile.h"
@@ -22,6 +23,7 @@ namespace duckdb_c = lumora::duckdb_c;
 namespace {
 
 constexpr std::uint32_t kNoLocation = 0x51501;
+constexpr std::uint32_t kNoBackup = 0x66000;
 constexpr std::uint64_t kMagicOffset = 8;
 constexpr char kMagic[] = {'D', 'U', 'C', 'K'};
 
@@ -93,9 +95,22 @@ bool DuckDBExtension::IsInMemoryPath(String const& inPath) {
   return inPath == memory;
 }
 
-smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Location>,
-                                                             smart_ptr<I_Location>) {
-  throw xFeatureError(0xA000, "RestoreDatabase");
+smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(
+    smart_ptr<I_Location> inLocation, smart_ptr<I_Location> inBackupLocation) {
+  if (!inLocation) throw xDBError(kNoLocation);
+  if (!inBackupLocation || !inBackupLocation->get_Exists()) throw xDBError(kNoBackup);
+  EngineLockGuard const guard;
+  auto database = CreateDatabase(inLocation);
+  std::string const backup = lumora::ToUtf8(inBackupLocation->get_Path());
+  bool const local = !IsInMemoryPath(inLocation->get_Path()) && !inLocation->get_IsRemote();
+  if (local) {
+    lumora::RestoreDatabaseFile(*inLocation, backup);
+    return database;
+  }
+  database->Create();
+  database->ExecuteSQL(lumora::ToHostText(lumora::BuildImportSql(backup)), nullptr);
+  database->Close();
+  return database;
 }
 
 smart_ptr<I_DuckDBExtension> MakeDuckDBExtension() {

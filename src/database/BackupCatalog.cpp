@@ -1,0 +1,168 @@
+#include "database/BackupCatalog.h"
+
+#include <array>
+
+#include "duckdb_c/DuckDBText.h"
+#include "duckdb_c/Handles.h"
+
+namespace lumora {
+
+using duckdb_c::ChunkHandle;
+using duckdb_c::ResultHandle;
+
+namespace {
+
+// Each gives (name for a user, what it is like) and ends in a WHERE to which the database is added.
+// Views are told by their columns and not by their text, which DuckDB may write in another way.
+constexpr std::array kCatalogQueries = {
+    "SELECT 'schema ' || schema_name, '' FROM duckdb_schemas() WHERE NOT internal",
+    "SELECT 'table ' || schema_name || '.' || table_name, '' FROM duckdb_tables() "
+    "WHERE NOT internal AND NOT temporary",
+    "SELECT 'column ' || schema_name || '.' || table_name || '.' || column_name, "
+    "concat_ws(' ', column_index, data_type, is_nullable, column_default) FROM duckdb_columns() "
+    "WHERE NOT internal",
+    "SELECT 'constraint of table ' || schema_name || '.' || table_name, "
+    "concat_ws(' ', constraint_type, expression, constraint_column_names, referenced_table, "
+    "referenced_column_names) FROM duckdb_constraints() WHERE true",
+    "SELECT 'view ' || schema_name || '.' || view_name, '' FROM duckdb_views() "
+    "WHERE NOT internal AND NOT temporary",
+    "SELECT 'index ' || schema_name || '.' || index_name, "
+    "concat_ws(' ', table_name, is_unique, expressions) FROM duckdb_indexes() WHERE true",
+    "SELECT 'sequence ' || schema_name || '.' || sequence_name, "
+    "concat_ws(' ', increment_by, min_value, max_value, cycle) FROM duckdb_sequences() "
+    "WHERE NOT temporary",
+    "SELECT 'macro ' || schema_name || '.' || function_name, "
+    "concat_ws(' ', function_type, parameters) FROM duckdb_functions() "
+    "WHERE NOT internal AND function_type IN ('macro', 'table_macro')",
+    "SELECT 'type ' || schema_name || '.' || type_name, concat_ws(' ', logical_type, labels) "
+    "FROM duckdb_types() WHERE NOT internal",
+};
+
+// Each gives (COMMENT ON what, comment); q(name) stands for the SQL that quotes the name.
+constexpr std::array kCommentQueries = {
+    "SELECT 'COMMENT ON TABLE ' || q(schema_name) || '.' || q(table_name), comment "
+    "FROM duckdb_tables() WHERE NOT internal AND NOT temporary",
+    "SELECT 'COMMENT ON VIEW ' || q(schema_name) || '.' || q(view_name), comment "
+    "FROM duckdb_views() WHERE NOT internal AND NOT temporary",
+    "SELECT 'COMMENT ON COLUMN ' || q(schema_name) || '.' || q(table_name) || '.' || "
+    "q(column_name), comment FROM duckdb_columns() WHERE NOT internal",
+    "SELECT 'COMMENT ON INDEX ' || q(schema_name) || '.' || q(index_name), comment "
+    "FROM duckdb_indexes() WHERE true",
+    "SELECT 'COMMENT ON SEQUENCE ' || q(schema_name) || '.' || q(sequence_name), comment "
+    "FROM duckdb_sequences() WHERE NOT temporary",
+    "SELECT 'COMMENT ON TYPE ' || q(schema_name) || '.' || q(type_name), comment "
+    "FROM duckdb_types() WHERE NOT internal",
+    "SELECT 'COMMENT ON MACRO ' || CASE function_type WHEN 'table_macro' THEN 'TABLE ' ELSE '' END "
+    "|| q(schema_name) || '.' || q(function_name), comment FROM duckdb_functions() "
+    "WHERE NOT internal AND function_type IN ('macro', 'table_macro')",
+};
+
+constexpr char const* kOfDatabase = " AND database_name = current_database()";
+constexpr char const* kQuoteName = R"('"' || replace($1, '"', '""') || '"')";
+
+std::string TextAt(duckdb_vector inVector, idx_t inRow) {
+  auto* const validity = duckdb_vector_get_validity(inVector);
+  if (validity && !duckdb_validity_row_is_valid(validity, inRow)) return {};
+  auto const* const texts = static_cast<duckdb_string_t*>(duckdb_vector_get_data(inVector));
+  return std::string(duckdb_c::TextOf(texts[inRow]));
+}
+
+// Calls inRow(first, second) for each row of a query of two texts.
+template <typename TRow>
+void ForEachRow(duckdb_connection inConnection, std::string const& inSql, TRow const& inRow) {
+  ResultHandle result;
+  if (duckdb_query(inConnection, inSql.c_str(), result.out()) != DuckDBSuccess) return;
+  while (ChunkHandle const chunk{duckdb_fetch_chunk(result.get())}) {
+    duckdb_vector const first = duckdb_data_chunk_get_vector(chunk.get(), 0);
+    duckdb_vector const second = duckdb_data_chunk_get_vector(chunk.get(), 1);
+    for (idx_t row = 0; row < duckdb_data_chunk_get_size(chunk.get()); ++row) {
+      inRow(TextAt(first, row), TextAt(second, row));
+    }
+  }
+}
+
+// Replaces q(name) by the SQL that quotes the name.
+std::string WithQuotedNames(std::string inSql) {
+  for (std::size_t at = inSql.find("q("); at != std::string::npos; at = inSql.find("q(", at)) {
+    std::size_t const end = inSql.find(')', at);
+    std::string quoted = kQuoteName;
+    quoted.replace(quoted.find("$1"), 2, inSql.substr(at + 2, end - at - 2));
+    inSql.replace(at, end + 1 - at, quoted);
+    at += quoted.size();
+  }
+  return inSql;
+}
+
+}  // namespace
+
+Catalog ReadCatalog(duckdb_connection inConnection) {
+  Catalog catalog;
+  for (char const* const query : kCatalogQueries) {
+    ForEachRow(
+        inConnection, std::string(query) + kOfDatabase,
+        [&](std::string const& name, std::string const& like) { catalog.emplace(name, like); });
+  }
+  return catalog;
+}
+
+std::string FindMissing(Catalog const& inBefore, Catalog const& inAfter, Catalog const& inCopy) {
+  for (CatalogItem const& item : inBefore) {
+    if (inAfter.contains(item) && !inCopy.contains(item)) {
+      return item.second.empty() ? item.first : item.first + " (" + item.second + ")";
+    }
+  }
+  return {};
+}
+
+Statements ReadComments(duckdb_connection inConnection) {
+  Statements statements;
+  for (char const* const query : kCommentQueries) {
+    std::string const sql = WithQuotedNames(query) + kOfDatabase + " AND comment IS NOT NULL";
+    ForEachRow(inConnection, sql, [&](std::string const& place, std::string const& comment) {
+      std::string quoted = "'";
+      for (char const unit : comment) quoted.append(unit == '\'' ? 2 : 1, unit);
+      statements.push_back(place + " IS " + quoted + "'");
+    });
+  }
+  return statements;
+}
+
+std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
+  std::map<std::string, Statements> types;
+  ForEachRow(
+      inConnection,
+      std::string("SELECT type_oid::VARCHAR, unnest(labels) FROM duckdb_types() "
+                  "WHERE NOT internal AND logical_type = 'ENUM'") +
+          kOfDatabase,
+      [&](std::string const& type, std::string const& value) { types[type].push_back(value); });
+  std::vector<Statements> lists;
+  for (auto& [type, values] : types) lists.push_back(std::move(values));
+  return lists;
+}
+
+std::string ReadStorageVersion(duckdb_connection inConnection) {
+  std::string version;
+  ForEachRow(inConnection,
+             "SELECT tags['storage_version'], '' FROM duckdb_databases() "
+             "WHERE database_name = current_database()",
+             [&](std::string const& tag, std::string const&) { version = tag; });
+  // "v1.5.0+" means that version's format; DuckDB takes it without the sign.
+  while (version.ends_with('+')) version.pop_back();
+  return version;
+}
+
+std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection) {
+  std::map<std::string, std::set<std::string>> references;
+  // A foreign key stays in its schema; the main one is not written.
+  ForEachRow(inConnection,
+             std::string("SELECT s || table_name, s || referenced_table FROM (SELECT *, CASE "
+                         "schema_name WHEN 'main' THEN '' ELSE schema_name || chr(0) END AS s "
+                         "FROM duckdb_constraints()) WHERE constraint_type = 'FOREIGN KEY'") +
+                 kOfDatabase,
+             [&](std::string const& table, std::string const& needed) {
+               references[table].insert(needed);
+             });
+  return references;
+}
+
+}  // namespace lumora

@@ -1,0 +1,112 @@
+#include "database/BackupExport.h"
+
+#include <memory>
+
+#include "database/BackupCatalog.h"
+#include "database/BackupScript.h"
+#include "database/DatabaseErrors.h"
+#include "duckdb_c/DatabaseFile.h"
+#include "duckdb_c/Handles.h"
+#include "tarn/Converter.h"
+#include "tarn/Exceptions.h"
+
+namespace lumora {
+
+using duckdb_c::ConnectionHandle;
+using duckdb_c::ResultHandle;
+using duckdb_c::TextOr;
+
+namespace {
+
+constexpr char const* kUnknownError = "Unknown DuckDB backup error";
+
+// The backup is there, but not all of the database in it.
+std::string Incomplete(std::string const& inWhy) {
+  return "The backup was written, but a restore would fail or lose something: " + inWhy;
+}
+
+bool Run(duckdb_connection inConnection, std::string const& inSql, std::string& outError) {
+  ResultHandle result;
+  if (duckdb_query(inConnection, inSql.c_str(), result.out()) == DuckDBSuccess) return true;
+  outError = TextOr(duckdb_result_error(result.ptr()), kUnknownError);
+  return false;
+}
+
+// An empty private database. The connection goes before the database that it was made from.
+struct Trial {
+  std::shared_ptr<duckdb_c::OpenDatabase> mDatabase;
+  ConnectionHandle mConnection;
+
+  explicit Trial(std::string& outError) : mDatabase(duckdb_c::OpenDatabaseFile({}, outError)) {
+    if (mDatabase) mConnection = mDatabase->Connect();
+  }
+};
+
+struct Source {
+  duckdb_connection mConnection;
+  Catalog mBefore;
+};
+
+// Brings the schema script into an order that works, and the trial database to what it makes.
+std::string MakeSchemaWork(Source const& inSource, Trial const& inTrial,
+                           std::string const& inPath) {
+  std::string const written = ReadTextFile(inPath);
+  Statements pending =
+      SplitStatements(QuoteEnumValues(written, ReadEnumValues(inSource.mConnection)));
+  for (std::string& comment : ReadComments(inSource.mConnection)) {
+    pending.push_back(std::move(comment));
+  }
+  std::string error;
+  Statements const done = RunInWorkingOrder(
+      pending,
+      [&](std::string const& statement, std::string& why) {
+        return Run(inTrial.mConnection.get(), statement, why);
+      },
+      error);
+  if (!pending.empty()) return Incomplete(error);
+  ReplaceTextFile(
+      inPath, StorageVersionLine(ReadStorageVersion(inSource.mConnection)) + JoinStatements(done));
+  return {};
+}
+
+void OrderLoading(Source const& inSource, std::string const& inPath) {
+  auto const references = ReadReferences(inSource.mConnection);
+  if (references.empty()) return;
+  Statements const written = SplitStatements(ReadTextFile(inPath));
+  Statements const ordered = OrderCopies(written, references);
+  if (ordered != written) ReplaceTextFile(inPath, JoinStatements(ordered));
+}
+
+std::string MakeRestorable(Source const& inSource, std::string const& inFolder) {
+  std::string error;
+  Trial const trial(error);
+  if (!trial.mConnection) return Incomplete(TextOr(error.c_str(), kUnknownError));
+  error = MakeSchemaWork(inSource, trial, inFolder + "/schema.sql");
+  if (!error.empty()) return error;
+  OrderLoading(inSource, inFolder + "/load.sql");
+  std::string const missing = FindMissing(inSource.mBefore, ReadCatalog(inSource.mConnection),
+                                          ReadCatalog(trial.mConnection.get()));
+  return missing.empty() ? std::string()
+                         : Incomplete("DuckDB does not export " + missing + " as it is");
+}
+
+}  // namespace
+
+std::string BuildExportSql(std::string const& inFolder) {
+  tarn::String const folder = tarn::EscapeStringU(ToHostText(inFolder).c_str(), '\'');
+  return "EXPORT DATABASE '" + ToUtf8(folder) +
+         "' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, PARQUET_VERSION V2 )";
+}
+
+std::string ExportDatabase(duckdb_connection inConnection, std::string const& inFolder) {
+  Source const source{inConnection, ReadCatalog(inConnection)};
+  std::string error;
+  if (!Run(inConnection, BuildExportSql(inFolder), error)) return error;
+  try {
+    return MakeRestorable(source, inFolder);
+  } catch (tarn::xException const& failure) {
+    return Incomplete(ToUtf8(failure.get_Message()));
+  }
+}
+
+}  // namespace lumora
