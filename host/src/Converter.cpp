@@ -9,6 +9,15 @@ namespace {
 
 constexpr std::size_t kMaxUnits = 0x7FFFFFFE;
 
+constexpr std::size_t kPieceUnits = 256;
+
+// The next units to convert together: no surrogate pair is split.
+std::size_t PieceLength(WChar const* inText, std::size_t inLength) noexcept {
+  if (inLength <= kPieceUnits) return inLength;
+  bool const isHighSurrogate = (inText[kPieceUnits - 1] & 0xFC00) == 0xD800;
+  return isHighSurrogate ? kPieceUnits - 1 : kPieceUnits;
+}
+
 class ConverterUtf8 final : public I_Converter {
  public:
   String ToUTF16(char const* inText, std::size_t inLength) const override {
@@ -24,11 +33,16 @@ class ConverterUtf8 final : public I_Converter {
 
   std::string FromUTF16(WChar const* inText, std::size_t inLength) const override {
     if (inLength > kMaxUnits) throw std::length_error("text too long for tarn::String");
+    // In pieces through a buffer, since a string cannot grow without filling its new room.
+    char bytes[kPieceUnits * utf8::kMaxBytesPerUnit];
     std::string text;
-    std::size_t const ascii = utf8::AsciiUnits(inText, inLength);
-    text.resize(ascii + utf8::EncodedSizeBound(inText + ascii, inLength - ascii));
-    utf8::NarrowAscii(inText, ascii, text.data());
-    text.resize(ascii + utf8::Encode(inText + ascii, inLength - ascii, text.data() + ascii));
+    if (inLength > kPieceUnits) text.reserve(inLength + inLength / 8);
+    while (inLength != 0) {
+      std::size_t const units = PieceLength(inText, inLength);
+      text.append(bytes, utf8::Encode(inText, units, bytes));
+      inText += units;
+      inLength -= units;
+    }
     return text;
   }
 };

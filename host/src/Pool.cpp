@@ -42,17 +42,15 @@ ThreadCache* MakeCache() noexcept {
 
 void* AllocateSlow(std::size_t inClass) {
   if (ThreadCache* const cache = MakeCache()) return cache->Allocate(inClass);
-  Batch batch = AllDepots()[inClass].Take();
-  Piece* const piece = batch.Pop();
-  if (batch.mFirst) AllDepots()[inClass].Give(batch);
+  Magazine* const magazine = AllDepots()[inClass].Fill(nullptr);
+  void* const piece = magazine->mPieces[--magazine->mCount];
+  AllDepots()[inClass].Give(magazine);
   return piece;
 }
 
 void FreeSlow(void* inMemory, std::size_t inClass) noexcept {
   if (ThreadCache* const cache = MakeCache()) return cache->Free(inMemory, inClass);
-  Batch batch;
-  batch.Push(inMemory);
-  AllDepots()[inClass].Give(batch);
+  AllDepots()[inClass].GivePiece(inMemory);
 }
 
 }  // namespace pool

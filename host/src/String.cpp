@@ -8,7 +8,7 @@
 #include <string>
 
 #include "NumberText.h"
-#include "tarn/Array.h"
+#include "Pool.h"
 #include "tarn/Converter.h"
 
 namespace tarn {
@@ -33,7 +33,7 @@ std::uint32_t CapacityFor(std::size_t inUnits) {
 }
 
 WChar* NewText(std::uint32_t inCapacity) {
-  return static_cast<WChar*>(PoolAllocate(HeapBytes(inCapacity)));
+  return static_cast<WChar*>(pool::Allocate(HeapBytes(inCapacity)));
 }
 
 void Copy(WChar* outText, WChar const* inText, std::size_t inLength) noexcept {
@@ -127,20 +127,6 @@ void String::reserve(std::uint32_t inUnits) {
   mCapacity = capacity;
 }
 
-WChar* String::resize_for_overwrite(std::uint32_t inUnits) {
-  if (inUnits > std::max(mCapacity, kInlineUnits)) {
-    std::uint32_t const capacity = CapacityFor(inUnits);
-    WChar* const text = NewText(capacity);
-    if (mCapacity != 0) release();
-    mHeap = text;
-    mCapacity = capacity;
-  }
-  mLength = inUnits;
-  WChar* const text = data();
-  text[inUnits] = 0;
-  return text;
-}
-
 std::int64_t String::parseLLong() const noexcept { return ParseInteger(view()); }
 
 bool operator==(String const& a, String const& b) noexcept {
@@ -150,7 +136,15 @@ bool operator==(String const& a, String const& b) noexcept {
 
 bool operator<(String const& a, String const& b) noexcept { return a.view() < b.view(); }
 
-void String::release() noexcept { PoolFree(mHeap, HeapBytes(mCapacity)); }
+void String::release() noexcept { pool::Free(mHeap, HeapBytes(mCapacity)); }
+
+void String::replace(std::uint32_t inUnits) {
+  std::uint32_t const capacity = CapacityFor(inUnits);
+  WChar* const text = NewText(capacity);
+  if (mCapacity != 0) release();
+  mHeap = text;
+  mCapacity = capacity;
+}
 
 // The text may be part of this one.
 void String::assign(WChar const* inText, std::size_t inLength) {

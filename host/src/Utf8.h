@@ -12,20 +12,14 @@ namespace tarn::utf8 {
 // units, but may write units past the returned count.
 std::size_t WidenAscii(char const* inText, std::size_t inLength, WChar* outText) noexcept;
 
-// Decodes any bytes to at most inLength units and returns their number. Each maximal part of an
+// Decodes any bytes to at most inLength units and returns their number; writes nothing past
+// inLength units. Each maximal part of an
 // invalid sequence becomes one U+FFFD.
 std::size_t Decode(char const* inText, std::size_t inLength, WChar* outText) noexcept;
 
-// The number of leading ASCII units.
-std::size_t AsciiUnits(WChar const* inText, std::size_t inLength) noexcept;
-
-// Narrows units that all are ASCII.
-void NarrowAscii(WChar const* inText, std::size_t inLength, char* outText) noexcept;
-
-// Not less than the bytes that Encode writes, and not much more.
-std::size_t EncodedSizeBound(WChar const* inText, std::size_t inLength) noexcept;
-
-// Encodes any units and returns the number of bytes. An unpaired surrogate becomes U+FFFD.
+// Encodes any units and returns the number of bytes; writes nothing past kMaxBytesPerUnit bytes a
+// unit. An unpaired surrogate becomes U+FFFD.
+inline constexpr std::size_t kMaxBytesPerUnit = 3;
 std::size_t Encode(WChar const* inText, std::size_t inLength, char* outText) noexcept;
 
 }  // namespace tarn::utf8

@@ -24,8 +24,10 @@ class Bytes {
     if (inSize == mSize) return;
     std::uint8_t* const data = New(inSize);
     std::uint32_t const kept = std::min(mSize, inSize);
-    if (kept != 0) std::memcpy(data, mData, kept);
-    if (inSize > kept) std::memset(data + kept, 0, inSize - kept);
+    if (data) {
+      std::copy_n(mData, kept, data);
+      std::fill(data + kept, data + inSize, std::uint8_t{0});
+    }
     Adopt(data, inSize);
   }
 

@@ -15,9 +15,9 @@ LSHARED_API INTERFACE_ITEM const* PlainInterfaceTable() noexcept;
 
 // Memory of the arrays and values: from the library's thread-safe pool, so that it may be given
 // back on another thread than the one that took it. inSize must be the same in both calls. Pieces
-// are aligned to 16 bytes. The pool keeps free memory of up to 16 MB for each step of 16 bytes up
-// to 256, and what two batches of 8 KB a thread and step hold until the thread ends; all else goes
-// back to the system. Throws std::bad_alloc.
+// are aligned to 16 bytes. The pool keeps free memory of up to 32 MB for each step of 16 bytes up
+// to 256, and what two magazines of 8 KB a thread and step hold until the thread ends; all else
+// goes back to the system. Throws std::bad_alloc.
 LSHARED_API void* PoolAllocate(std::size_t inSize);
 LSHARED_API void PoolFree(void* inMemory, std::size_t inSize) noexcept;
 

@@ -61,7 +61,13 @@ class LSHARED_API String {
   void reserve(std::uint32_t inUnits);
   // Makes the text inUnits long and returns its first unit for the caller to fill; the old text
   // is not kept. The way to build a long text without a copy.
-  WChar* resize_for_overwrite(std::uint32_t inUnits);
+  WChar* resize_for_overwrite(std::uint32_t inUnits) {
+    if (inUnits > kInlineUnits && inUnits > mCapacity) replace(inUnits);
+    mLength = inUnits;
+    WChar* const text = data();
+    text[inUnits] = 0;
+    return text;
+  }
 
   // The leading decimal number of the text (blanks and a sign allowed), clamped to the range of
   // the type; 0 when there is none.
@@ -81,6 +87,8 @@ class LSHARED_API String {
     ioOther.mInline[0] = 0;
   }
   void release() noexcept;
+  // Gives the text up for an empty one with room.
+  void replace(std::uint32_t inUnits);
   void assign(WChar const* inText, std::size_t inLength);
   void append(WChar const* inText, std::size_t inLength);
 

@@ -17,9 +17,9 @@ namespace {
 
 using tarn::pool::ClassOf;
 using tarn::pool::Depots;
-using tarn::pool::kBatchBytes;
 using tarn::pool::kClasses;
 using tarn::pool::kLargest;
+using tarn::pool::kMagazineBytes;
 using tarn::pool::kSlabBytes;
 using tarn::pool::kStep;
 using tarn::pool::ThreadCache;
@@ -86,7 +86,7 @@ TEST(PoolCore, WithNothingRetainedAllSlabsButOneGoBackInAnyOrderOfRelease) {
 
 TEST(PoolCore, TheSameUseAgainTakesNoMoreMemory) {
   auto const seed = Seed();
-  auto const depots = std::make_unique<Depots>(4 * kBatchBytes);
+  auto const depots = std::make_unique<Depots>(4 * kMagazineBytes);
   ThreadCache cache(*depots);
   std::size_t const pieces = 20 * kSlabBytes / 32;
   FillAndEmpty(cache, 1, pieces, seed);
@@ -100,7 +100,7 @@ TEST(PoolCore, TheSameUseAgainTakesNoMoreMemory) {
 }
 
 TEST(PoolCore, PiecesReleasedInOrderLeaveFewSlabs) {
-  constexpr std::size_t kRetained = 4 * kBatchBytes;
+  constexpr std::size_t kRetained = 4 * kMagazineBytes;
   auto const depots = std::make_unique<Depots>(kRetained);
   {
     ThreadCache cache(*depots);
@@ -109,7 +109,7 @@ TEST(PoolCore, PiecesReleasedInOrderLeaveFewSlabs) {
     EXPECT_GE((*depots)[1].get_SlabCount(), 40u);
     for (void* const piece : pieces) cache.Free(piece, 1);
   }
-  // The slabs of the retained batches and one empty one.
+  // The slabs of the retained magazines and one empty one.
   EXPECT_LE((*depots)[1].get_SlabCount(), 4u);
 }
 
@@ -157,7 +157,7 @@ void CheckAndFree(ThreadCache& ioCache, Exchange::Piece const& inPiece) {
 
 TEST(PoolCore, PiecesMayBeFreedOnOtherThreads) {
   auto const seed = Seed();
-  auto const depots = std::make_unique<Depots>(2 * kBatchBytes);
+  auto const depots = std::make_unique<Depots>(2 * kMagazineBytes);
   Exchange exchange;
   auto const work = [&](unsigned inThread) {
     ThreadCache cache(*depots);
