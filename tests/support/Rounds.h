@@ -2,19 +2,9 @@
 
 #include <cstdlib>
 
-namespace lumora::test {
+#include "support/Seed.h"
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool kIsSanitized = true;
-#else
-inline constexpr bool kIsSanitized = false;
-#endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kIsSanitized = true;
-#else
-inline constexpr bool kIsSanitized = false;
-#endif
+namespace lumora::test {
 
 // How often a long test goes round: inNormal times, inSanitized times under a sanitizer, which is
 // ten times as slow, or LUMORA_TEST_ROUNDS times.
