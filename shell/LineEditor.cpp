@@ -164,8 +164,9 @@ LineEditor::LineEditor(std::string inHistoryPath, Completer inCompleter)
   el_set(edit, EL_EDITOR, "emacs");
   el_set(edit, EL_SIGNAL, 1);
   el_set(edit, EL_HIST, history, mState->mHistory);
-  el_set(edit, EL_ADDFN, "lumora-complete", "complete the word", &State::CompleteWord);
-  el_set(edit, EL_ADDFN, "lumora-abandon", "abandon the line", &State::Abandon);
+  // The narrow variant of this call keeps copies of the texts that it never frees.
+  el_wset(edit, EL_ADDFN, L"lumora-complete", L"complete the word", &State::CompleteWord);
+  el_wset(edit, EL_ADDFN, L"lumora-abandon", L"abandon the line", &State::Abandon);
   el_set(edit, EL_BIND, "^I", "lumora-complete", nullptr);
   el_set(edit, EL_BIND, "^R", "em-inc-search-prev", nullptr);
   el_set(edit, EL_GETCFN, &State::ReadKey);
@@ -190,6 +191,9 @@ LineEditor::Outcome LineEditor::Read(std::string const& inPrompt, std::string& o
   mState->mIsAbandoned = false;
   int count = 0;
   put_IsTyping(true);
+  // Else the prompt is there first, and a key such as Ctrl-D that comes before the terminal is in
+  // raw mode is lost.
+  el_set(mState->mEdit, EL_PREP_TERM, 1);
   char const* const text = el_gets(mState->mEdit, &count);
   put_IsTyping(false);
   if (mState->mIsAbandoned) {

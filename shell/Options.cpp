@@ -31,18 +31,21 @@ void AddScriptOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
   ioApp.add_option("-c,--command", ioRaw.mCommands, "Run this text (may be given again)")
       ->type_name("SQL")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
   ioApp.add_option("-f,--file", ioRaw.mFiles, "Run this file (may be given again)")
       ->type_name("FILE")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
   ioApp
       .add_option("--param", ioOptions.mParameters,
                   "A parameter, bound by position (may be given again): an integer, a decimal "
                   "number, NULL, a text, 'a text in quotes' or a variant envelope")
       ->type_name("VALUE")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
 }
 
 void AddDisplayOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {

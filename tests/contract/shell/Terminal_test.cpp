@@ -1,0 +1,250 @@
+// lumora as a person meets it: on a terminal.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "ShellRunner.h"
+#include "support/TempFolder.h"
+
+namespace lumora::test {
+namespace {
+
+// A lumora on a terminal of its own, which answers every wait within twenty seconds or fails the
+// test.
+class TerminalShell {
+ public:
+  TerminalShell(std::string const& inHome, std::vector<std::string> const& inArguments = {},
+                std::string const& inPager = "cat") {
+    winsize size{};
+    size.ws_col = 80;
+    size.ws_row = 24;
+    mChild = forkpty(&mTerminal, nullptr, nullptr, &size);
+    if (mChild != 0) return;
+    setenv("HOME", inHome.c_str(), 1);
+    setenv("TERM", "xterm", 1);
+    setenv("PAGER", inPager.c_str(), 1);
+    unsetenv("XDG_STATE_HOME");
+    unsetenv("NO_COLOR");
+    setenv("LC_ALL", "C.UTF-8", 1);
+    std::vector<char*> arguments = {strdup(LUMORA_SHELL_PATH)};
+    for (std::string const& each : inArguments) arguments.push_back(strdup(each.c_str()));
+    arguments.push_back(nullptr);
+    execv(arguments[0], arguments.data());
+    _exit(127);
+  }
+  ~TerminalShell() {
+    if (mChild > 0) {
+      kill(mChild, SIGKILL);
+      waitpid(mChild, nullptr, 0);
+    }
+    close(mTerminal);
+  }
+  TerminalShell(TerminalShell const&) = delete;
+  TerminalShell& operator=(TerminalShell const&) = delete;
+
+  void Type(std::string const& inKeys) {
+    ASSERT_EQ(write(mTerminal, inKeys.data(), inKeys.size()), static_cast<ssize_t>(inKeys.size()));
+  }
+
+  // Reads until the text has come, behind what was found before; what came with it.
+  std::string ExpectText(std::string const& inText) {
+    std::size_t found = mScreen.find(inText, mSeen);
+    while (found == std::string::npos && ReadMore()) found = mScreen.find(inText, mSeen);
+    EXPECT_NE(found, std::string::npos) << "no '" << inText << "' in:\n" << mScreen.substr(mSeen);
+    std::string const passed = mScreen.substr(mSeen);
+    if (found != std::string::npos) mSeen = found + inText.size();
+    return passed;
+  }
+
+  int ExpectEnd() {
+    while (ReadMore()) {
+    }
+    int status = 0;
+    pid_t ended = 0;
+    for (int i = 0; i < 100 && ended == 0; ++i) {
+      ended = waitpid(mChild, &status, WNOHANG);
+      if (ended == 0) usleep(100'000);
+    }
+    if (ended == 0) {
+      ADD_FAILURE() << "still running:\n" << mScreen.substr(mSeen);
+      kill(mChild, SIGKILL);
+      waitpid(mChild, &status, 0);
+    }
+    mChild = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+  pid_t get_Child() const { return mChild; }
+
+ private:
+  bool ReadMore() {
+    pollfd watched{mTerminal, POLLIN, 0};
+    if (poll(&watched, 1, 20'000) <= 0) return false;
+    char buffer[65536];
+    ssize_t const size = read(mTerminal, buffer, sizeof buffer);
+    if (size <= 0) return false;
+    mScreen.append(buffer, static_cast<std::size_t>(size));
+    return true;
+  }
+
+  int mTerminal = -1;
+  pid_t mChild = -1;
+  std::string mScreen;
+  std::size_t mSeen = 0;
+};
+
+constexpr char const* kPrompt = "lumora> ";
+
+TEST(LumoraOnTerminal, CtrlCAbandonsTheLineAndKeepsTheSession) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string());
+  shell.ExpectText(kPrompt);
+  shell.Type("CREATE TABLE kept AS SELECT 41 AS i;\n");
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT nonsense\n");
+  shell.ExpectText("   ...> ");
+  shell.Type("more nonsense\x03");
+  shell.ExpectText("^C");
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT i + 1 AS answer FROM kept;\n");
+  shell.ExpectText("│      42 │");
+  shell.ExpectText(kPrompt);
+  shell.Type(".quit\n");
+  EXPECT_EQ(shell.ExpectEnd(), 0);
+}
+
+TEST(LumoraOnTerminal, ErrorsDoNotEndTheSession) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string());
+  shell.ExpectText(kPrompt);
+  shell.Type("SELEC 1;\n");
+  shell.ExpectText("Parser Error");
+  shell.ExpectText(kPrompt);
+  shell.Type(".open /nowhere/x.db\n");
+  shell.ExpectText("/nowhere/x.db: File does not exist");
+  shell.ExpectText(kPrompt);
+  shell.Type("\x04");
+  EXPECT_EQ(shell.ExpectEnd(), 0);
+}
+
+TEST(LumoraOnTerminal, TakesStatementsOfSeveralLines) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string());
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT 'one;\n");
+  shell.ExpectText("   ...> ");
+  shell.Type("two' AS t\n");
+  shell.ExpectText("   ...> ");
+  shell.Type("; SELECT 5 AS five;\n");
+  shell.ExpectText("one;\\ntwo");
+  shell.ExpectText("five");
+  shell.ExpectText(kPrompt);
+}
+
+TEST(LumoraOnTerminal, CompletesKeywordsTablesAndCommands) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string());
+  shell.ExpectText(kPrompt);
+  shell.Type("CREATE TABLE künstlerliste AS SELECT 7 AS i;\n");
+  shell.ExpectText(kPrompt);
+  shell.Type("sel\ti FROM k\xC3\xBC\t;\n");
+  shell.ExpectText("│       7 │");
+  shell.ExpectText(kPrompt);
+  shell.Type(".hel\t\n");
+  shell.ExpectText("CALL fetch_parquet");
+}
+
+TEST(LumoraOnTerminal, KeepsTheHistoryForTheNextSessionAndForNobodyElse) {
+  TempFolder const home;
+  {
+    TerminalShell shell(home.get_Path().string());
+    shell.ExpectText(kPrompt);
+    shell.Type("SELECT 1234 AS\n");
+    shell.ExpectText("   ...> ");
+    shell.Type("number;\n");
+    shell.ExpectText("1 row");
+    shell.ExpectText(kPrompt);
+    shell.Type("\x04");
+    EXPECT_EQ(shell.ExpectEnd(), 0);
+  }
+  std::string const path = home.At(".local/state/lumora/history");
+  auto const rights = std::filesystem::status(path).permissions();
+  EXPECT_EQ(rights & std::filesystem::perms::all,
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  TerminalShell again(home.get_Path().string());
+  again.ExpectText(kPrompt);
+  again.Type("\x1b[A\n");
+  again.ExpectText("SELECT 1234 AS number;");
+  again.ExpectText("1 row");
+}
+
+TEST(LumoraOnTerminal, FitsTheScreenUsesColourAndObeysNoColor) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string());
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT repeat('x', 10000000) AS big, NULL AS n;\n");
+  std::string const shown = shell.ExpectText("1 row");
+  EXPECT_LT(shown.size(), 3000U);
+  EXPECT_NE(shown.find("\x1b[2mNULL\x1b[0m"), std::string::npos);
+  setenv("NO_COLOR", "1", 1);
+  ProcessResult const plain = RunLumora({"-c", "SELECT NULL AS n"});
+  unsetenv("NO_COLOR");
+  EXPECT_EQ(plain.mOutput.find('\x1b'), std::string::npos);
+}
+
+TEST(LumoraOnTerminal, GivesLongResultsToThePager) {
+  TempFolder const home;
+  std::string const paged = home.At("paged.txt");
+  TerminalShell shell(home.get_Path().string(), {}, "cat > '" + paged + "'");
+  shell.ExpectText(kPrompt);
+  shell.Type("FROM range(3);\n");
+  shell.ExpectText("3 rows");
+  shell.ExpectText(kPrompt);
+  shell.Type("FROM range(500);\n");
+  shell.ExpectText(kPrompt);
+  std::string const text = home.Read("paged.txt");
+  EXPECT_NE(text.find("500 rows"), std::string::npos);
+  EXPECT_NE(text.find("250 │"), std::string::npos);
+}
+
+TEST(LumoraOnTerminal, AUserWhoLeavesThePagerEarlyGoesOn) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string(), {"--mode", "csv"}, "head -n 1 > /dev/null");
+  shell.ExpectText(kPrompt);
+  shell.Type("FROM range(1000000);\n");
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT 6 * 7 AS answer;\n");
+  shell.ExpectText("42");
+  shell.ExpectText(kPrompt);
+}
+
+TEST(LumoraOnTerminal, ACsvCellCannotMoveTheCursor) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string(), {"--mode", "csv"});
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT chr(27) || '[2J' || chr(155) || chr(8) AS t;\n");
+  shell.ExpectText("\\x1b[2J\\x9b\\x08");
+}
+
+TEST(LumoraOnTerminal, AScriptThatIsInterruptedEndsWith130) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string(),
+                      {"-c", "SELECT 'started' AS s", "-c",
+                       "SELECT count(*) FROM range(100000) a, range(100000) b, range(1000) c "
+                       "WHERE (a.range * b.range + c.range) % 7 = 0"});
+  shell.ExpectText("started");
+  shell.ExpectText("1 row");
+  shell.ExpectText("running: 2 s");
+  shell.Type("\x03");
+  EXPECT_EQ(shell.ExpectEnd(), 130);
+}
+
+}  // namespace
+}  // namespace lumora::test
