@@ -49,19 +49,41 @@ std::string TextBySql(duckdb_value inValue) {
   return std::string(text.get_Text(0));
 }
 
+// The bytes of a VARCHAR value, whatever its alias.
+std::string BytesOfText(duckdb_value inText) {
+  const VectorHandle vector = MakeVectorOf(inText);
+  if (!vector) return {};
+  const auto* const data = static_cast<duckdb_string_t*>(duckdb_vector_get_data(vector.get()));
+  return data ? std::string(TextOf(*data)) : std::string();
+}
+
+// Whether a text of such a type may hold what is inside some text, and so a NUL byte.
+bool MayHoldText(TypeId inType) {
+  switch (inType) {
+    case DUCKDB_TYPE_ENUM:
+    case DUCKDB_TYPE_LIST:
+    case DUCKDB_TYPE_ARRAY:
+    case DUCKDB_TYPE_MAP:
+    case DUCKDB_TYPE_STRUCT:
+    case DUCKDB_TYPE_UNION:
+    case kTypeVariant:
+    case DUCKDB_TYPE_INVALID: return true;
+    default: return false;
+  }
+}
+
 }  // namespace
 
 std::string GetValueText(duckdb_value inValue) {
   if (!inValue || duckdb_is_null_value(inValue)) return {};
   // The type belongs to the value.
-  if (HasNamedTypeInside(duckdb_get_value_type(inValue))) return TextBySql(inValue);
+  const duckdb_logical_type type = duckdb_get_value_type(inValue);
+  const TypeId id = GetTypeId(type);
+  if (id == DUCKDB_TYPE_VARCHAR) return BytesOfText(inValue);
+  if (!MayHoldText(id)) return TextOr(TextHandle(duckdb_get_varchar(inValue)).get(), "");
+  if (HasNamedTypeInside(type)) return TextBySql(inValue);
   const LogicalTypeHandle text_type(duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR));
-  // Of a text value too: a reference to it as a plain VARCHAR, whatever its alias.
-  const ValueHandle text = RetypeValue(text_type.get(), inValue);
-  const VectorHandle vector = MakeVectorOf(text.get());
-  if (!vector) return {};
-  const auto* const data = static_cast<duckdb_string_t*>(duckdb_vector_get_data(vector.get()));
-  return data ? std::string(TextOf(*data)) : std::string();
+  return BytesOfText(RetypeValue(text_type.get(), inValue).get());
 }
 
 }  // namespace lumora::duckdb_c
