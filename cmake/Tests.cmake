@@ -110,3 +110,12 @@ foreach(_source IN LISTS _sources)
     get_filename_component(_name "${_source}" NAME_WE)
     lumora_test(stress_${_name} stress 1800 LIBRARIES ${LUMORA_ROOMS} SOURCES "${_source}")
 endforeach()
+
+# --- consumer: the project of docs/embedding.md against an installation -----------------------------------
+# A consumer is built without sanitizers, so only a library without them serves it.
+if(NOT LUMORA_SANITIZE AND NOT LUMORA_HOST_ROOT AND TARGET lumora_duckdb AND TARGET lumora)
+    add_test(NAME consumer COMMAND "${CMAKE_COMMAND}"
+        -D "SOURCE=${CMAKE_SOURCE_DIR}" -D "BUILD=${CMAKE_BINARY_DIR}" -D "WORK=${CMAKE_BINARY_DIR}/tests/consumer"
+        -D "COMPILER=${CMAKE_CXX_COMPILER}" -P "${CMAKE_SOURCE_DIR}/tests/consumer/run.cmake")
+    set_tests_properties(consumer PROPERTIES LABELS contract TIMEOUT 600)
+endif()
