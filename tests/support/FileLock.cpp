@@ -17,7 +17,9 @@ bool TakeLock(char const* inPath, short inType) {
   struct flock lock {};
   lock.l_type = inType;
   lock.l_whence = SEEK_SET;
-  return fcntl(file, F_SETLK, &lock) == 0;
+  bool const taken = fcntl(file, F_SETLK, &lock) == 0;
+  if (!taken) close(file);
+  return taken;
 }
 
 bool AnotherProcessCanLock(std::string const& inPath, short inType) {
@@ -65,6 +67,35 @@ ForeignLock::ForeignLock(std::string const& inPath, bool inWrite) {
 ForeignLock::~ForeignLock() {
   close(mPipe);
   waitpid(mChild, nullptr, 0);
+}
+
+LockThief::LockThief(std::string const& inPath) {
+  int ends[2];
+  int up[2];
+  if (pipe(ends) != 0 || pipe(up) != 0) throw std::runtime_error("no pipe");
+  mChild = fork();
+  if (mChild == 0) {
+    close(ends[1]);
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    bool stolen = TakeLock(inPath.c_str(), F_WRLCK);
+    char end = 0;
+    (void)!write(up[1], &end, 1);
+    while (!stolen && read(ends[0], &end, 1) != 0) stolen = TakeLock(inPath.c_str(), F_WRLCK);
+    _exit(stolen ? 1 : 0);
+  }
+  close(ends[0]);
+  close(up[1]);
+  mPipe = ends[1];
+  char begun = 0;
+  if (mChild < 0 || read(up[0], &begun, 1) != 1) throw std::runtime_error("no child process");
+  close(up[0]);
+}
+
+bool LockThief::WasKeptOut() {
+  close(mPipe);
+  int status = 0;
+  waitpid(mChild, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace lumora::test

@@ -23,4 +23,16 @@ class ForeignLock {
   int mPipe = -1;
 };
 
+// A child process that tries to take the file's write lock again and again.
+class LockThief {
+ public:
+  explicit LockThief(std::string const& inPath);
+  // Stops it. True: it never got the lock, and it tried.
+  bool WasKeptOut();
+
+ private:
+  int mChild = -1;
+  int mPipe = -1;
+};
+
 }  // namespace lumora::test

@@ -29,6 +29,7 @@ using lumora::duckdb_c::OpenRequest;
 using lumora::duckdb_c::ResultHandle;
 using lumora::test::AnotherProcessCanRead;
 using lumora::test::AnotherProcessCanWrite;
+using lumora::test::LockThief;
 using lumora::test::TempFolder;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -266,6 +267,17 @@ TEST(DatabaseFile, AFailingReadOnlyOpenKeepsTheLockOfTheOthers) {
   EXPECT_FALSE(OpenDatabaseFile({path, Access::kReadOnly, config.get()}, error));
   EXPECT_FALSE(AnotherProcessCanWrite(path));
   EXPECT_EQ(CountFileUsers(path), 1U);
+}
+
+TEST(DatabaseFile, NoOtherProcessSlipsInWhileReadOnlyInstancesComeAndGo) {
+  TempFolder folder;
+  std::string const path = folder.At("a.db");
+  MakeDatabase(path);
+  User const keeper = OpenOrFail(path, Access::kReadOnly);
+  LockThief thief(path);
+  for (int i = 0; i < 30; ++i) EXPECT_TRUE(OpenOrFail(path, Access::kReadOnly));
+  EXPECT_TRUE(thief.WasKeptOut());
+  EXPECT_EQ(Query(*keeper, "FROM t"), "");
 }
 
 TEST(DatabaseFile, AReplacedFileIsRefusedWhileTheOldOneIsOpen) {
