@@ -30,7 +30,8 @@ using tarn::I_Value;
 using tarn::smart_ptr;
 using tarn::lsql::I_DuckDBCursor;
 
-// --- reading a host value: the host knows the columns' kinds and calls the getter of each ---------
+// --- reading a host value: the host knows the columns' kinds and calls the getter of each
+// ---------
 
 using Getter = std::uint64_t (*)(I_Value const&);
 
@@ -43,14 +44,22 @@ std::vector<Getter> GettersOf(I_DuckDBCursor& inCursor) {
   std::vector<Getter> getters;
   for (std::uint32_t c = 0; c < inCursor.get_ColumnCount(); ++c) {
     switch (inCursor.get_ColumnType(c)) {
-      case DUCKDB_TYPE_BOOLEAN: getters.push_back(Get<&I_Value::get_Boolean>); break;
+      case DUCKDB_TYPE_BOOLEAN:
+        getters.push_back(Get<&I_Value::get_Boolean>);
+        break;
       case DUCKDB_TYPE_SMALLINT:
       case DUCKDB_TYPE_INTEGER:
-      case DUCKDB_TYPE_BIGINT: getters.push_back(Get<&I_Value::get_LLong>); break;
+      case DUCKDB_TYPE_BIGINT:
+        getters.push_back(Get<&I_Value::get_LLong>);
+        break;
       case DUCKDB_TYPE_FLOAT:
       case DUCKDB_TYPE_DOUBLE:
-      case DUCKDB_TYPE_DECIMAL: getters.push_back(Get<&I_Value::get_Double>); break;
-      default: getters.push_back(Get<&I_Value::get_Length>); break;
+      case DUCKDB_TYPE_DECIMAL:
+        getters.push_back(Get<&I_Value::get_Double>);
+        break;
+      default:
+        getters.push_back(Get<&I_Value::get_Length>);
+        break;
     }
   }
   return getters;
@@ -64,6 +73,7 @@ std::uint64_t LimitKeeping(duckdb_c::ResultHandle&& ioResult) {
   duckdb_result handle = result.get();
   std::vector<LimitColumn> columns = DescribeColumns(&handle);
   std::vector<LimitCell*> cells;
+  cells.reserve(duckdb_row_count(&handle) * columns.size());
   while (duckdb_c::ChunkHandle const chunk{duckdb_fetch_chunk(handle)}) {
     BindChunk(columns, chunk.get());
     idx_t const rows = duckdb_data_chunk_get_size(chunk.get());

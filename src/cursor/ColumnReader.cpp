@@ -15,15 +15,15 @@ T const& Cell(ColumnData const& inColumn, idx_t inRow) {
 }
 
 template <typename TStored, typename THost, auto TMake>
-ValuePtr ReadScalar(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadScalar(ColumnData& ioColumn, idx_t inRow) {
   return TMake(static_cast<THost>(Cell<TStored>(ioColumn, inRow)));
 }
 
-ValuePtr ReadNull(ColumnData&, idx_t) { return fast::MakeNullValue(); }
+NewValue ReadNull(ColumnData&, idx_t) { return tarn::NewValueNull(); }
 
-ValuePtr ReadBlob(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadBlob(ColumnData& ioColumn, idx_t inRow) {
   auto text = Cell<duckdb_string_t>(ioColumn, inRow);
-  return MakeBlobValue(duckdb_string_t_data(&text), duckdb_string_t_length(text));
+  return MakeBlobValue(duckdb_string_t_data(&text), duckdb_string_t_length(text)).detach();
 }
 
 // DuckDB divides by the power of ten where the digits fit into a double, and converts whole part
@@ -61,29 +61,29 @@ double DecimalToDouble(T inDigits, std::uint8_t inScale) {
 }
 
 template <typename T>
-ValuePtr ReadDecimal(ColumnData& ioColumn, idx_t inRow) {
-  return fast::MakeDoubleValue(DecimalToDouble(Cell<T>(ioColumn, inRow), ioColumn.mScale));
+NewValue ReadDecimal(ColumnData& ioColumn, idx_t inRow) {
+  return tarn::NewValueDouble(DecimalToDouble(Cell<T>(ioColumn, inRow), ioColumn.mScale));
 }
 
-ValuePtr ReadRendered(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadRendered(ColumnData& ioColumn, idx_t inRow) {
   if (!Render(ioColumn, duckdb_c::Rendering::kText, inRow))
     return ReadByDefinition(ioColumn, inRow);
-  return fast::MakeStringValue(ioColumn.mText.get_Text(inRow));
+  return NewText(ioColumn.mText.get_Text(inRow));
 }
 
 constexpr auto kReaders = [] {
   std::array<ReadFunction, duckdb_c::kTypeVariant + 1> table{};
-  table[DUCKDB_TYPE_BOOLEAN] = ReadScalar<bool, bool, fast::MakeBooleanValue>;
-  table[DUCKDB_TYPE_TINYINT] = ReadScalar<std::int8_t, std::int16_t, fast::MakeShortValue>;
-  table[DUCKDB_TYPE_SMALLINT] = ReadScalar<std::int16_t, std::int16_t, fast::MakeShortValue>;
-  table[DUCKDB_TYPE_INTEGER] = ReadScalar<std::int32_t, std::int32_t, fast::MakeLongValue>;
-  table[DUCKDB_TYPE_BIGINT] = ReadScalar<std::int64_t, std::int64_t, fast::MakeLLongValue>;
-  table[DUCKDB_TYPE_UTINYINT] = ReadScalar<std::uint8_t, std::uint8_t, fast::MakeByteValue>;
-  table[DUCKDB_TYPE_USMALLINT] = ReadScalar<std::uint16_t, std::uint16_t, fast::MakeUShortValue>;
-  table[DUCKDB_TYPE_UINTEGER] = ReadScalar<std::uint32_t, std::uint32_t, fast::MakeULongValue>;
-  table[DUCKDB_TYPE_UBIGINT] = ReadScalar<std::uint64_t, std::uint64_t, fast::MakeULLongValue>;
-  table[DUCKDB_TYPE_FLOAT] = ReadScalar<float, float, fast::MakeFloatValue>;
-  table[DUCKDB_TYPE_DOUBLE] = ReadScalar<double, double, fast::MakeDoubleValue>;
+  table[DUCKDB_TYPE_BOOLEAN] = ReadScalar<bool, bool, tarn::NewValueBoolean>;
+  table[DUCKDB_TYPE_TINYINT] = ReadScalar<std::int8_t, std::int16_t, tarn::NewValueShort>;
+  table[DUCKDB_TYPE_SMALLINT] = ReadScalar<std::int16_t, std::int16_t, tarn::NewValueShort>;
+  table[DUCKDB_TYPE_INTEGER] = ReadScalar<std::int32_t, std::int32_t, tarn::NewValueLong>;
+  table[DUCKDB_TYPE_BIGINT] = ReadScalar<std::int64_t, std::int64_t, tarn::NewValueLLong>;
+  table[DUCKDB_TYPE_UTINYINT] = ReadScalar<std::uint8_t, std::uint8_t, tarn::NewValueByte>;
+  table[DUCKDB_TYPE_USMALLINT] = ReadScalar<std::uint16_t, std::uint16_t, tarn::NewValueUShort>;
+  table[DUCKDB_TYPE_UINTEGER] = ReadScalar<std::uint32_t, std::uint32_t, tarn::NewValueULong>;
+  table[DUCKDB_TYPE_UBIGINT] = ReadScalar<std::uint64_t, std::uint64_t, tarn::NewValueULLong>;
+  table[DUCKDB_TYPE_FLOAT] = ReadScalar<float, float, tarn::NewValueFloat>;
+  table[DUCKDB_TYPE_DOUBLE] = ReadScalar<double, double, tarn::NewValueDouble>;
   table[DUCKDB_TYPE_BLOB] = ReadBlob;
   table[DUCKDB_TYPE_SQLNULL] = ReadNull;
   table[duckdb_c::kTypeVariant] = ReadVariant;
@@ -104,7 +104,7 @@ ReadFunction FindDecimalReader(duckdb_logical_type inType) {
 }
 
 template <typename T>
-ValuePtr ReadEnum(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadEnum(ColumnData& ioColumn, idx_t inRow) {
   idx_t const index = Cell<T>(ioColumn, inRow);
   if (index >= ioColumn.mLabels.size()) return ReadByDefinition(ioColumn, inRow);
   std::optional<tarn::String>& label = ioColumn.mLabels[index];
@@ -112,7 +112,7 @@ ValuePtr ReadEnum(ColumnData& ioColumn, idx_t inRow) {
     duckdb_c::TextHandle const text(duckdb_enum_dictionary_value(ioColumn.mEnum.get(), index));
     label.emplace(text.get());
   }
-  return MakeStringValue(tarn::String(*label));
+  return MakeStringValue(tarn::String(*label)).detach();
 }
 
 ReadFunction FindEnumReader(duckdb_logical_type inType) {
@@ -163,8 +163,8 @@ void ColumnReader::put_Chunk(duckdb_data_chunk inChunk) {
   }
 }
 
-ValuePtr ReadByDefinition(ColumnData& ioColumn, idx_t inRow) {
-  return ConvertCell(ioColumn.mChunk, ioColumn.mColumn, inRow, ioColumn.mType);
+NewValue ReadByDefinition(ColumnData& ioColumn, idx_t inRow) {
+  return ConvertCell(ioColumn.mChunk, ioColumn.mColumn, inRow, ioColumn.mType).detach();
 }
 
 bool Render(ColumnData& ioColumn, duckdb_c::Rendering inRendering, idx_t inRow) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "cursor/HostValues.h"
@@ -11,6 +12,7 @@
 #include "duckdb_c/Handles.h"
 #include "duckdb_c/Types.h"
 #include "duckdb_c/VariantReader.h"
+#include "tarn/NewValue.h"
 
 namespace lumora {
 
@@ -39,7 +41,10 @@ struct ColumnData {
   ColumnData& operator=(ColumnData&&) = default;
 };
 
-using ReadFunction = ValuePtr (*)(ColumnData& ioColumn, idx_t inRow);
+// A new value with one reference, which the caller adopts: in a register, where a smart_ptr would
+// go through memory.
+using NewValue = tarn::I_Value*;
+using ReadFunction = NewValue (*)(ColumnData& ioColumn, idx_t inRow);
 
 // Reads the cells of one result column straight from the chunks' vectors, by a function that is
 // chosen once. Its values are those of ConvertCell; what cannot be had from the bits is rendered by
@@ -53,23 +58,29 @@ class ColumnReader {
   void put_Chunk(duckdb_data_chunk inChunk);
 
   // A new value for a row of the chunk; the caller owns it.
-  ValuePtr Read(idx_t inRow) {
+  ValuePtr Read(idx_t inRow) { return ValuePtr::adopt(ReadNew(inRow)); }
+
+ private:
+  NewValue ReadNew(idx_t inRow) {
     std::uint64_t const* const validity = mData.mValidity;
-    if (validity && !(validity[inRow / 64] >> (inRow % 64) & 1)) return fast::MakeNullValue();
+    if (validity && !(validity[inRow / 64] >> (inRow % 64) & 1)) return tarn::NewValueNull();
     return mRead(mData, inRow);
   }
 
- private:
   ReadFunction mRead;
   ColumnData mData;
 };
 
+inline NewValue NewText(std::string_view inText) {
+  return tarn::NewValueString(inText.data(), inText.size());
+}
+
 // The reading functions of the types that have no place in the main table of ColumnReader.
-ValuePtr ReadByDefinition(ColumnData& ioColumn, idx_t inRow);
+NewValue ReadByDefinition(ColumnData& ioColumn, idx_t inRow);
 // Has DuckDB render the column into mText unless that is done for this chunk. False: there is no
 // text for the row. A column is always rendered in the same way.
 bool Render(ColumnData& ioColumn, duckdb_c::Rendering inRendering, idx_t inRow);
-ValuePtr ReadVariant(ColumnData& ioColumn, idx_t inRow);
+NewValue ReadVariant(ColumnData& ioColumn, idx_t inRow);
 // Null: the type's text is not written from its bits.
 ReadFunction FindTextReader(duckdb_c::TypeId inType) noexcept;
 

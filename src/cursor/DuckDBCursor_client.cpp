@@ -19,9 +19,10 @@ void DuckDBCursor_client::AppendRows(duckdb_data_chunk inChunk) {
   std::uint32_t const columns = get_ColumnCount();
   put_ReadersChunk(inChunk);
   idx_t const size = duckdb_data_chunk_get_size(inChunk);
+  lumora::ColumnReader* const readers = get_Readers();
   for (idx_t r = 0; r < size; ++r) {
     smart_ptr<ValueRow> row(new ValueRow(columns));
-    for (std::uint32_t c = 0; c < columns; ++c) row->Append(get_Reader(c).Read(r));
+    for (std::uint32_t c = 0; c < columns; ++c) row->Append(readers[c].Read(r));
     mRows->Append(std::move(row));
   }
 }

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "cursor/CursorErrors.h"
 #include "duckdb_c/EngineLockGuard.h"
 #include "duckdb_c/Types.h"
 #include "duckdb_c/duckdb_completion.h"
@@ -63,6 +62,7 @@ void DuckDBCursor_imp::ReadColumns() {
     mColumnTypes.push_back(duckdb_c::GetColumnTypeId(mResult.ptr(), i));
     mReaders.emplace_back(std::move(type), i);
   }
+  mColumnCount = static_cast<std::uint32_t>(count);
 }
 
 std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.Increment(); }
@@ -87,9 +87,7 @@ void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
 
 std::uint32_t DuckDBCursor_imp::get_RefsCount() const { return mRefCount.get(); }
 
-std::uint32_t DuckDBCursor_imp::get_ColumnCount() const {
-  return static_cast<std::uint32_t>(mColumnNames.size());
-}
+std::uint32_t DuckDBCursor_imp::get_ColumnCount() const { return mColumnCount; }
 
 String const& DuckDBCursor_imp::get_ColumnName(std::uint32_t inColumnIndex) const {
   return inColumnIndex < mColumnNames.size() ? mColumnNames[inColumnIndex] : String::sEmpty;
@@ -130,10 +128,6 @@ void DuckDBCursor_imp::Detach() {
 
 void DuckDBCursor_imp::FailInvalid() {
   throw xDuckDBError(errors::kCode, errors::kUnknownDatabase, errors::kInvalid);
-}
-
-void DuckDBCursor_imp::CheckColumnIndex(std::uint32_t inColumnIndex) const {
-  if (inColumnIndex >= mReaders.size()) Fail(errors::kColumnIndex);
 }
 
 void DuckDBCursor_imp::Fail(char const* inMessage) const {

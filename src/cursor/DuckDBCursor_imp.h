@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cursor/ColumnReader.h"
+#include "cursor/CursorErrors.h"
 #include "cursor/I_DatabaseLink.h"
 #include "duckdb_c/Handles.h"
 #include "tarn/ForeignPlugin.h"
@@ -44,7 +45,9 @@ class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, public
   void CheckValid() const {
     if (!mIsValid.load(std::memory_order_acquire)) FailInvalid();
   }
-  void CheckColumnIndex(std::uint32_t inColumnIndex) const;
+  void CheckColumnIndex(std::uint32_t inColumnIndex) const {
+    if (inColumnIndex >= mColumnCount) Fail(lumora::cursor_errors::kColumnIndex);
+  }
   // Throws xDuckDBError 0x72501 (database path, message).
   [[noreturn]] void Fail(char const* inMessage) const;
 
@@ -52,7 +55,8 @@ class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, public
   // ended before its last row. Only on a valid cursor, under the engine lock or while constructing.
   lumora::duckdb_c::ChunkHandle FetchChunk();
 
-  lumora::ColumnReader& get_Reader(std::uint32_t inColumnIndex) { return mReaders[inColumnIndex]; }
+  // One for each column.
+  lumora::ColumnReader* get_Readers() { return mReaders.data(); }
   // Tells all readers of the chunk to read from; null = none.
   void put_ReadersChunk(duckdb_data_chunk inChunk);
 
@@ -73,6 +77,7 @@ class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, public
   idx_t mRowsFetched = 0;
 
   // Constant after construction (the readers' chunk state apart).
+  std::uint32_t mColumnCount = 0;
   std::vector<String> mColumnNames;
   std::vector<String> mColumnTypeNames;
   std::vector<std::uint32_t> mColumnTypes;

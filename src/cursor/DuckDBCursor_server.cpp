@@ -55,7 +55,7 @@ smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
   CheckValid();
   CheckColumnIndex(inColumnIndex);
   if (mChunkRow >= mChunkSize) Fail(mChunk ? errors::kPosition : errors::kNoData);
-  return get_Reader(inColumnIndex).Read(mChunkRow);
+  return get_Readers()[inColumnIndex].Read(mChunkRow);
 }
 
 }  // namespace tarn::lsql

@@ -6,12 +6,10 @@
 #include <string_view>
 #include <utility>
 
-#include "tarn/NewValue.h"
 #include "tarn/Value.h"
 #include "tarn/smart_ptr.h"
 
-// The host values of cells, one maker a kind: by the host's factories and setters, which say what a
-// value is, and (namespace fast) by its calls for makers of many, which must answer the same. The
+// The host values of cells, one maker a kind: by the host's factories and setters. The
 // caller owns what is returned. Throw std::bad_alloc alone. Any thread.
 namespace lumora {
 
@@ -68,33 +66,5 @@ ValuePtr MakeBlobValue(void const* inBytes, idx_t inSize);
 ValuePtr MakeDateValue(duckdb_date inDate);
 // To the millisecond; what is below is dropped.
 ValuePtr MakeDateTimeValue(duckdb_timestamp inTimestamp);
-
-namespace fast {
-
-template <auto TNew>
-struct Maker {
-  template <typename T>
-  ValuePtr operator()(T inValue) const {
-    return ValuePtr::adopt(TNew(inValue));
-  }
-};
-
-inline constexpr Maker<tarn::NewValueBoolean> MakeBooleanValue;
-inline constexpr Maker<tarn::NewValueByte> MakeByteValue;
-inline constexpr Maker<tarn::NewValueShort> MakeShortValue;
-inline constexpr Maker<tarn::NewValueUShort> MakeUShortValue;
-inline constexpr Maker<tarn::NewValueLong> MakeLongValue;
-inline constexpr Maker<tarn::NewValueULong> MakeULongValue;
-inline constexpr Maker<tarn::NewValueLLong> MakeLLongValue;
-inline constexpr Maker<tarn::NewValueULLong> MakeULLongValue;
-inline constexpr Maker<tarn::NewValueFloat> MakeFloatValue;
-inline constexpr Maker<tarn::NewValueDouble> MakeDoubleValue;
-
-inline ValuePtr MakeNullValue() { return ValuePtr::adopt(tarn::NewValueNull()); }
-inline ValuePtr MakeStringValue(std::string_view inText) {
-  return ValuePtr::adopt(tarn::NewValueString(inText.data(), inText.size()));
-}
-
-}  // namespace fast
 
 }  // namespace lumora

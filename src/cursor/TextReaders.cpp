@@ -8,18 +8,18 @@ namespace lumora {
 namespace {
 
 template <typename T, char* (*TFormat)(T, char*) noexcept>
-ValuePtr ReadFormatted(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadFormatted(ColumnData& ioColumn, idx_t inRow) {
   char text[text_format::kTextCapacity];
   char const* const end = TFormat(static_cast<T const*>(ioColumn.mValues)[inRow], text);
   if (!end) return ReadByDefinition(ioColumn, inRow);
-  return fast::MakeStringValue(std::string_view(text, static_cast<std::size_t>(end - text)));
+  return NewText(std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
-ValuePtr ReadVarchar(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadVarchar(ColumnData& ioColumn, idx_t inRow) {
   auto const& text = static_cast<duckdb_string_t const*>(ioColumn.mValues)[inRow];
   std::uint32_t const length = text.value.inlined.length;
   bool const isInlined = length <= sizeof(text.value.inlined.inlined);
-  return fast::MakeStringValue(
+  return NewText(
       std::string_view(isInlined ? text.value.inlined.inlined : text.value.pointer.ptr, length));
 }
 

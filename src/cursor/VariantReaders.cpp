@@ -11,39 +11,40 @@ namespace lumora {
 namespace {
 
 using duckdb_c::VariantCell;
-using CellFunction = ValuePtr (*)(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell);
+using CellFunction = NewValue (*)(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell);
 
-ValuePtr Envelope(VariantCell const& inCell, std::string_view inText) {
-  return MakeVariantEnvelope(VariantTypeName(static_cast<std::uint32_t>(inCell.mCode)), inText);
+NewValue Envelope(VariantCell const& inCell, std::string_view inText) {
+  return MakeVariantEnvelope(VariantTypeName(static_cast<std::uint32_t>(inCell.mCode)), inText)
+      .detach();
 }
 
 // Bits that this library has no text for: DuckDB has.
-ValuePtr ByDefinition(ColumnData& ioColumn, idx_t inRow, VariantCell const&) {
+NewValue ByDefinition(ColumnData& ioColumn, idx_t inRow, VariantCell const&) {
   return ReadByDefinition(ioColumn, inRow);
 }
 
-ValuePtr Null(ColumnData&, idx_t, VariantCell const&) { return fast::MakeNullValue(); }
+NewValue Null(ColumnData&, idx_t, VariantCell const&) { return tarn::NewValueNull(); }
 
 template <bool TValue>
-ValuePtr Constant(ColumnData&, idx_t, VariantCell const&) {
-  return fast::MakeBooleanValue(TValue);
+NewValue Constant(ColumnData&, idx_t, VariantCell const&) {
+  return tarn::NewValueBoolean(TValue);
 }
 
 template <typename T, auto TMake>
-ValuePtr Typed(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
+NewValue Typed(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
   if (inCell.mBytes.size() != sizeof(T)) return ByDefinition(ioColumn, inRow, inCell);
   return TMake(inCell.As<T>());
 }
 
-ValuePtr Text(ColumnData&, idx_t, VariantCell const& inCell) {
-  return fast::MakeStringValue(inCell.mBytes);
+NewValue Text(ColumnData&, idx_t, VariantCell const& inCell) { return NewText(inCell.mBytes); }
+
+NewValue Blob(ColumnData&, idx_t, VariantCell const& inCell) {
+  return MakeBlobValue(inCell.mBytes.data(), inCell.mBytes.size()).detach();
 }
 
-ValuePtr Blob(ColumnData&, idx_t, VariantCell const& inCell) {
-  return MakeBlobValue(inCell.mBytes.data(), inCell.mBytes.size());
-}
+NewValue NewDate(duckdb_date inDate) { return MakeDateValue(inDate).detach(); }
 
-ValuePtr DateTimeOfMillis(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
+NewValue DateTimeOfMillis(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
   // A VARIANT keeps milliseconds as DuckDB does in memory; far from 1970 the microseconds overflow
   // and DuckDB's own cast has to say what becomes of them.
   constexpr std::int64_t kSafe = std::int64_t{1} << 52;
@@ -51,11 +52,11 @@ ValuePtr DateTimeOfMillis(ColumnData& ioColumn, idx_t inRow, VariantCell const& 
   if (inCell.mBytes.size() != sizeof millis || millis < -kSafe || millis > kSafe) {
     return ByDefinition(ioColumn, inRow, inCell);
   }
-  return MakeDateTimeValue({millis * 1000});
+  return MakeDateTimeValue({millis * 1000}).detach();
 }
 
 template <typename T, char* (*TFormat)(T, char*) noexcept>
-ValuePtr Formatted(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
+NewValue Formatted(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
   char text[text_format::kTextCapacity];
   char const* const end =
       inCell.mBytes.size() == sizeof(T) ? TFormat(inCell.As<T>(), text) : nullptr;
@@ -68,14 +69,14 @@ char* FormatInt8(std::int8_t inValue, char* outText) noexcept {
   return text_format::FormatHugeint(wide, outText);
 }
 
-ValuePtr Decimal(ColumnData&, idx_t, VariantCell const& inCell) {
+NewValue Decimal(ColumnData&, idx_t, VariantCell const& inCell) {
   char text[text_format::kTextCapacity];
   char const* const end =
       text_format::FormatDecimal(duckdb_c::GetVariantDecimal(inCell), inCell.mScale, text);
   return Envelope(inCell, std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
-ValuePtr Json(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
+NewValue Json(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
   if (!Render(ioColumn, duckdb_c::Rendering::kJson, inRow)) {
     return ByDefinition(ioColumn, inRow, inCell);
   }
@@ -95,22 +96,22 @@ constexpr auto kCellFunctions = [] {
   set(kTrue, Constant<true>);
   set(kFalse, Constant<false>);
   set(kInt8, Formatted<std::int8_t, FormatInt8>);
-  set(kInt16, Typed<std::int16_t, fast::MakeShortValue>);
-  set(kInt32, Typed<std::int32_t, fast::MakeLongValue>);
-  set(kInt64, Typed<std::int64_t, fast::MakeLLongValue>);
+  set(kInt16, Typed<std::int16_t, tarn::NewValueShort>);
+  set(kInt32, Typed<std::int32_t, tarn::NewValueLong>);
+  set(kInt64, Typed<std::int64_t, tarn::NewValueLLong>);
   set(kInt128, Formatted<duckdb_hugeint, FormatHugeint>);
-  set(kUInt8, Typed<std::uint8_t, fast::MakeByteValue>);
-  set(kUInt16, Typed<std::uint16_t, fast::MakeUShortValue>);
-  set(kUInt32, Typed<std::uint32_t, fast::MakeULongValue>);
-  set(kUInt64, Typed<std::uint64_t, fast::MakeULLongValue>);
+  set(kUInt8, Typed<std::uint8_t, tarn::NewValueByte>);
+  set(kUInt16, Typed<std::uint16_t, tarn::NewValueUShort>);
+  set(kUInt32, Typed<std::uint32_t, tarn::NewValueULong>);
+  set(kUInt64, Typed<std::uint64_t, tarn::NewValueULLong>);
   set(kUInt128, Formatted<duckdb_uhugeint, FormatUhugeint>);
-  set(kFloat, Typed<float, fast::MakeFloatValue>);
-  set(kDouble, Typed<double, fast::MakeDoubleValue>);
+  set(kFloat, Typed<float, tarn::NewValueFloat>);
+  set(kDouble, Typed<double, tarn::NewValueDouble>);
   set(kDecimal, Decimal);
   set(kVarchar, Text);
   set(kBlob, Blob);
   set(kUuid, Formatted<duckdb_hugeint, FormatUuid>);
-  set(kDate, Typed<duckdb_date, MakeDateValue>);
+  set(kDate, Typed<duckdb_date, NewDate>);
   set(kTimeMicros, Formatted<duckdb_time, FormatTime>);
   set(kTimeNanos, Formatted<std::int64_t, FormatTimeNs>);
   set(kTimestampSec, Formatted<duckdb_timestamp_s, FormatTimestampS>);
@@ -127,7 +128,7 @@ constexpr auto kCellFunctions = [] {
 
 }  // namespace
 
-ValuePtr ReadVariant(ColumnData& ioColumn, idx_t inRow) {
+NewValue ReadVariant(ColumnData& ioColumn, idx_t inRow) {
   std::optional<VariantCell> const cell = ioColumn.mVariant.Read(inRow);
   if (!cell) return ReadByDefinition(ioColumn, inRow);
   return kCellFunctions[static_cast<std::size_t>(cell->mCode)](ioColumn, inRow, *cell);
