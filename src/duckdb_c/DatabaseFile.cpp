@@ -172,7 +172,7 @@ bool IsNew(FileStatus const& inStatus) {
 
 DatabaseHandle OpenOrMake(OpenRequest const& inRequest, FileStatus const& inStatus,
                           std::string& outError) {
-  bool const isNew = IsNew(inStatus);
+  bool const isNew = !inRequest.mOnlyReads && IsNew(inStatus);
   if (isNew && !MakeFile(inRequest, inStatus.mPath, outError)) return {};
   DatabaseHandle handle = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
   if (!handle && inStatus.mKind == FileKind::kMissing) RemoveNew(inStatus.mPath);
@@ -226,6 +226,16 @@ std::shared_ptr<OpenDatabase> OpenReadOnly(OpenRequest const& inRequest, Busy& i
   return std::make_shared<ReadOnlyUser>(registry, ioFile.get_File(), std::move(handle));
 }
 
+std::shared_ptr<OpenDatabase> OpenAsItIsOpen(OpenRequest inRequest, Busy& ioFile,
+                                             FileStatus const& inStatus, std::string& outError) {
+  ConfigHandle config;
+  bool const made = duckdb_create_config(config.out()) == DuckDBSuccess &&
+                    duckdb_set_config(config.get(), "access_mode", "READ_ONLY") == DuckDBSuccess;
+  if (!made) return nullptr;
+  inRequest.mConfig = config.get();
+  return OpenReadOnly(inRequest, ioFile, inStatus, outError);
+}
+
 std::shared_ptr<OpenDatabase> OpenPrivate(OpenRequest const& inRequest, std::string& outError) {
   std::string const path = inRequest.mPath.empty() ? ":memory:" : inRequest.mPath;
   DatabaseHandle handle = OpenInstance(path, inRequest.mConfig, outError);
@@ -260,6 +270,9 @@ std::shared_ptr<OpenDatabase> OpenDatabaseFile(OpenRequest const& inRequest,
   }
   outError = Refusal(inRequest, status);
   if (!outError.empty()) return nullptr;
+  if (inRequest.mOnlyReads && (*file)->get_Users() != 0) {
+    return OpenAsItIsOpen(inRequest, *file, status, outError);
+  }
   return inRequest.mAccess == Access::kReadWrite ? OpenReadWrite(inRequest, *file, status, outError)
                                                  : OpenReadOnly(inRequest, *file, status, outError);
 }

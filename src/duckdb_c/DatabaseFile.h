@@ -55,6 +55,10 @@ struct OpenRequest {
   duckdb_config mConfig = nullptr;
   // A local file that is not there is an error instead of a new database.
   bool mMustExist = false;
+  // The user only reads. Where the process has the file open, it is read as it is open, also
+  // read-only (mConfig, which is for mAccess, is not used then); and an empty file is not made a
+  // database.
+  bool mOnlyReads = false;
   // Storage options of a new local file; empty and 0 = DuckDB's defaults.
   std::string mStorageVersion = {};
   std::uint32_t mBlockSize = 0;
@@ -63,7 +67,7 @@ struct OpenRequest {
 // Opens, or joins the file's instance of this process. Null on failure, with DuckDB's text (or ours
 // where DuckDB was not asked; empty when DuckDB gave none) in outError.
 //  - A new file is there as a whole or not at all, also when the process is killed; an empty file
-//    that is opened read-write becomes a new database.
+//    that is opened read-write becomes a new database, unless the user only reads.
 //  - A read-write request joins a read-write instance; while the file is open read-only in this
 //    process it is refused, as DuckDB refuses it between processes.
 //  - A read-only request joins a read-write instance when there is one (get_Access then says

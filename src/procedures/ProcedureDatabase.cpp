@@ -15,27 +15,11 @@ void CheckNoNul(std::string const& inText) {
   }
 }
 
-// A configuration that says read-only; empty when DuckDB has no memory for it.
-duckdb_c::ConfigHandle MakeReadOnlyConfig() {
-  duckdb_c::ConfigHandle config;
-  bool const made = duckdb_create_config(config.out()) == DuckDBSuccess &&
-                    duckdb_set_config(config.get(), "access_mode", "READ_ONLY") == DuckDBSuccess;
-  if (!made) config.reset();
-  return config;
-}
-
 std::shared_ptr<OpenDatabase> Open(std::string const& inUri) {
   duckdb_c::OpenRequest request;
   request.mPath = inUri;
   request.mMustExist = true;
-  // A file that this process has open is read as it is open, be it read-only.
-  duckdb_c::ConfigHandle config;
-  if (!inUri.empty() && duckdb_c::CountFileUsers(inUri) > 0) {
-    config = MakeReadOnlyConfig();
-    if (!config) return nullptr;
-    request.mAccess = duckdb_c::Access::kReadOnly;
-    request.mConfig = config.get();
-  }
+  request.mOnlyReads = true;
   std::string error;
   return duckdb_c::OpenDatabaseFile(request, error);
 }

@@ -48,6 +48,7 @@ TEST_F(FetchDuckDB, OnWhatIsNoDatabaseFailsAndMakesNothing) {
       mFolder.At("missing.duckdb"),
       mFolder.At("missing/folder.duckdb"),
       mFolder.At("folder"),
+      mFolder.Write("empty.duckdb", ""),
       mFolder.Write("text.txt", "This is a text file and nothing else."),
       mFolder.Write("truncated.duckdb", whole.substr(0, 5000)),
       mFolder.Write("header.duckdb", whole.substr(0, 20)),
@@ -61,6 +62,7 @@ TEST_F(FetchDuckDB, OnWhatIsNoDatabaseFailsAndMakesNothing) {
   auto const before = names();
   for (auto const& path : paths) EXPECT_EQ(Error(path, "t"), kCannotOpen) << path;
   EXPECT_EQ(names(), before);
+  EXPECT_EQ(mFolder.Read("empty.duckdb"), "");
 }
 
 // DuckDB itself takes such files for databases of one view.
