@@ -6,6 +6,7 @@
 #include "support/FileLock.h"
 #include "support/ProcedureCalls.h"
 #include "tarn/Converter.h"
+#include "tarn/Exceptions.h"
 #include "tarn/lsql/I_DuckDBExtension.h"
 
 namespace lumora::test {
@@ -108,6 +109,23 @@ TEST_F(BesideDatabase, AFileThatIsOpenReadOnlyCanBeFetched) {
   EXPECT_FALSE(AnotherProcessCanWrite(mPath));
   EXPECT_TRUE(AnotherProcessCanRead(mPath));
   database->Close();
+}
+
+TEST_F(BesideDatabase, DropCountsTheCursorsToo) {
+  auto const database = OpenDatabaseObject(mPath);
+  auto cursor = OpenTable(mSpellings.back());
+  for (int i = 0; i < 2; ++i) {
+    try {
+      i == 0 ? database->Drop() : database->Create();
+      FAIL() << "a cursor reads the file";
+    } catch (tarn::lsql::xDuckDBError const& error) {
+      EXPECT_EQ(error.get_Text(1), Wide("Can not be dropped. 1 connections are alive."));
+    }
+  }
+  EXPECT_EQ(TextsOf(*cursor), (Rows{{"1"}}));
+  cursor.reset();
+  database->Drop();
+  EXPECT_FALSE(fs::exists(mPath));
 }
 
 // --- a process that dies ---
