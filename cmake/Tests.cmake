@@ -119,3 +119,15 @@ if(NOT LUMORA_SANITIZE AND NOT LUMORA_HOST_ROOT AND TARGET lumora_duckdb AND TAR
         -D "COMPILER=${CMAKE_CXX_COMPILER}" -P "${CMAKE_SOURCE_DIR}/tests/consumer/run.cmake")
     set_tests_properties(consumer PROPERTIES LABELS contract TIMEOUT 600)
 endif()
+
+# --- documents: every console block of them runs and prints what they show --------------------------------
+if(NOT LUMORA_SANITIZE AND TARGET lumora AND TARGET lumora_duckdb)
+    find_package(Python3 COMPONENTS Interpreter REQUIRED)
+    foreach(_document IN ITEMS README.md docs/procedures.md docs/shell.md)
+        get_filename_component(_name "${_document}" NAME_WE)
+        string(TOLOWER "document_${_name}" _name)
+        add_test(NAME ${_name} COMMAND "${Python3_EXECUTABLE}" "${CMAKE_SOURCE_DIR}/tests/docs/run_examples.py"
+            "${CMAKE_BINARY_DIR}/bin" "${CMAKE_SOURCE_DIR}/${_document}")
+        set_tests_properties(${_name} PROPERTIES LABELS contract TIMEOUT 600)
+    endforeach()
+endif()

@@ -32,7 +32,9 @@ void RunCall(Session& ioSession, ScriptPiece const& inPiece, Procedure const& in
   } catch (CallSyntaxError const& error) {
     throw StatementError(error.what(), "Syntax", error.mOffset);
   } catch (ProcedureError const& error) {
-    throw StatementError(error.what());
+    // The place that such a report may name is one in the procedure's own SQL text.
+    StatementError const report = DecodeReport(error.what());
+    throw StatementError(report.what(), report.mType);
   }
 }
 
