@@ -15,13 +15,16 @@ namespace lumora::shell {
 namespace {
 
 volatile std::sig_atomic_t gInterrupts = 0;
-volatile std::sig_atomic_t gIsTyping = 0;
+volatile std::sig_atomic_t gWakeUp = -1;
 
 extern "C" void EndProcess(int) { std::_Exit(130); }
 
 extern "C" void NoteInterrupt(int) {
   gInterrupts = gInterrupts + 1;
-  if (gIsTyping) return;
+  if (gWakeUp >= 0) {
+    if (write(gWakeUp, "I", 1) < 0) gInterrupts = 1;
+    return;
+  }
   if (gInterrupts > 1) std::_Exit(130);
   // Only what is safe in a signal handler: no stream, no memory.
   static char const sText[] = "\nCtrl-C: stops after the step at hand; once more ends lumora\n";
@@ -32,19 +35,18 @@ extern "C" void NoteInterrupt(int) {
 
 void EndOnInterrupt() { std::signal(SIGINT, EndProcess); }
 
-// A system call that waits must end: the line editor would go on waiting for a key.
 void NoteInterrupts() {
 #if defined(_WIN32)
   std::signal(SIGINT, NoteInterrupt);
 #else
   struct sigaction action {};
   action.sa_handler = NoteInterrupt;
+  action.sa_flags = SA_RESTART;
   sigaction(SIGINT, &action, nullptr);
 #endif
 }
 
-void put_IsTyping(bool inIsTyping) { gIsTyping = inIsTyping ? 1 : 0; }
-bool get_IsInterrupted() { return gInterrupts != 0; }
+void put_WakeUp(int inDescriptor) { gWakeUp = inDescriptor; }
 
 void CheckInterrupt() {
   if (gInterrupts != 0) throw Interrupted();

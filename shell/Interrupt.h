@@ -16,9 +16,10 @@ void EndOnInterrupt();
 // From here on Ctrl-C is noted; a second one before ClearInterrupt ends the process as above.
 void NoteInterrupts();
 
-// While a line is typed Ctrl-C is noted without a word, however often it comes.
-void put_IsTyping(bool inIsTyping);
-bool get_IsInterrupted();
+// While a line is typed Ctrl-C is noted without a word, however often it comes, and writes 'I' to
+// that descriptor: the signal may be handled on any thread, so that no waiting call need end by it.
+// -1: no line is typed.
+void put_WakeUp(int inDescriptor);
 
 // Throws Interrupted when Ctrl-C was noted.
 void CheckInterrupt();

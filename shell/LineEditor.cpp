@@ -25,13 +25,16 @@ void LineEditor::Remember(std::string const&) {}
 
 #else
 
+#include <fcntl.h>
 #include <histedit.h>
 #include <langinfo.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstring>
 #include <cwchar>
 #include <filesystem>
@@ -43,6 +46,29 @@ void LineEditor::Remember(std::string const&) {}
 namespace lumora::shell {
 
 namespace {
+
+// Signals wake the wait for a key through it. One pipe for the process, made once.
+int gWakePipe[2] = {-1, -1};
+
+extern "C" void WakeUp(int inSignal) {
+  int const error = errno;
+  char const text = inSignal == SIGCONT ? 'C' : 'W';
+  if (write(gWakePipe[1], &text, 1) < 0) errno = error;
+  errno = error;
+}
+
+void WatchSignals() {
+  if (gWakePipe[0] >= 0 || pipe(gWakePipe) != 0) return;
+  for (int const end : gWakePipe) {
+    fcntl(end, F_SETFD, FD_CLOEXEC);
+    fcntl(end, F_SETFL, O_NONBLOCK);
+  }
+  struct sigaction action {};
+  action.sa_handler = WakeUp;
+  action.sa_flags = SA_RESTART;
+  sigaction(SIGWINCH, &action, nullptr);
+  sigaction(SIGCONT, &action, nullptr);
+}
 
 constexpr int kHistorySize = 5000;
 constexpr std::size_t kMaxShownCandidates = 200;
@@ -76,24 +102,51 @@ struct LineEditor::State {
   }
   static char* Prompt(EditLine* inEdit) { return Of(inEdit).mPrompt.data(); }
 
+  // One byte of what is typed, 0 at the end, -1 on failure, or 1 with outWoken set when a signal
+  // has come first.
+  static ssize_t ReadByte(char& outByte, bool& outWoken) {
+    for (;;) {
+      pollfd watched[] = {{gWakePipe[0], POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+      if (poll(watched, 2, -1) < 0) {
+        if (errno != EINTR) return -1;
+        continue;
+      }
+      outWoken = watched[0].revents != 0;
+      ssize_t const size = read(outWoken ? gWakePipe[0] : STDIN_FILENO, &outByte, 1);
+      if (size >= 0 || errno != EINTR) return size;
+    }
+  }
+
   // Ctrl-C comes as a signal, and goes on as the key that it is.
-  static int ReadKey(EditLine*, wchar_t* outKey) {
+  static int ReadKey(EditLine* inEdit, wchar_t* outKey) {
     std::mbstate_t state{};
     for (;;) {
       char byte = 0;
-      ssize_t const size = read(STDIN_FILENO, &byte, 1);
-      if (size == 0) return 0;
-      if (size < 0) {
-        if (errno != EINTR) return -1;
-        if (!get_IsInterrupted()) continue;
-        *outKey = L'\x03';
-        return 1;
+      bool isWoken = false;
+      ssize_t const size = ReadByte(byte, isWoken);
+      if (size <= 0) return static_cast<int>(size);
+      if (isWoken) {
+        if (byte == 'I') {
+          *outKey = L'\x03';
+          return 1;
+        }
+        Redraw(inEdit, byte);
+        continue;
       }
       std::size_t const used = std::mbrtowc(outKey, &byte, 1, &state);
       if (used == static_cast<std::size_t>(-2)) continue;
       if (used == static_cast<std::size_t>(-1)) *outKey = L'?';
       return 1;
     }
+  }
+
+  // The screen has another size, or lumora is in the foreground again, whose terminal others used.
+  static void Redraw(EditLine* inEdit, char inSignal) {
+    el_resize(inEdit);
+    if (inSignal != 'C') return;
+    el_set(inEdit, EL_PREP_TERM, 0);
+    el_set(inEdit, EL_PREP_TERM, 1);
+    el_set(inEdit, EL_REFRESH);
   }
 
   static unsigned char Abandon(EditLine* inEdit, int) {
@@ -148,6 +201,7 @@ struct LineEditor::State {
 LineEditor::LineEditor(std::string inHistoryPath, Completer inCompleter)
     : mState(std::make_unique<State>()) {
   UseUtf8();
+  WatchSignals();
   mState->mHistoryPath = std::move(inHistoryPath);
   mState->mCompleter = std::move(inCompleter);
   mState->mEdit = el_init("lumora", stdin, IsTerminal(1) ? stdout : stderr, stderr);
@@ -162,7 +216,6 @@ LineEditor::LineEditor(std::string inHistoryPath, Completer inCompleter)
   el_set(edit, EL_CLIENTDATA, mState.get());
   el_set(edit, EL_PROMPT, &State::Prompt);
   el_set(edit, EL_EDITOR, "emacs");
-  el_set(edit, EL_SIGNAL, 1);
   el_set(edit, EL_HIST, history, mState->mHistory);
   // The narrow variant of this call keeps copies of the texts that it never frees.
   el_wset(edit, EL_ADDFN, L"lumora-complete", L"complete the word", &State::CompleteWord);
@@ -190,12 +243,12 @@ LineEditor::Outcome LineEditor::Read(std::string const& inPrompt, std::string& o
   mState->mPrompt = inPrompt;
   mState->mIsAbandoned = false;
   int count = 0;
-  put_IsTyping(true);
+  put_WakeUp(gWakePipe[1]);
   // Else the prompt is there first, and a key such as Ctrl-D that comes before the terminal is in
   // raw mode is lost.
   el_set(mState->mEdit, EL_PREP_TERM, 1);
   char const* const text = el_gets(mState->mEdit, &count);
-  put_IsTyping(false);
+  put_WakeUp(-1);
   if (mState->mIsAbandoned) {
     ClearInterrupt();
     std::fputs("^C\n", stderr);
