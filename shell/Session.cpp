@@ -1,6 +1,7 @@
 #include "Session.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "DatabaseErrors.h"
 #include "Elapsed.h"
@@ -8,6 +9,7 @@
 #include "Platform.h"
 #include "Text.h"
 #include "tarn/Location.h"
+#include "tarn/lsql/Backup.h"
 
 namespace lumora::shell {
 
@@ -36,6 +38,36 @@ void RefuseExisting(LocationPtr const& inLocation, std::string const& inPath) {
     throw StatementError(inPath + " is there already; open it and .drop it first");
   }
 }
+
+// The database tells the folder of all backups; which one inside it is the new one is known to the
+// host that makes it. One at a time.
+class BackupWatch {
+ public:
+  BackupWatch() : mMake(tarn::lsql::gCreateBackupLocation) {
+    sWatch = this;
+    tarn::lsql::gCreateBackupLocation = &Make;
+  }
+  ~BackupWatch() {
+    tarn::lsql::gCreateBackupLocation = mMake;
+    sWatch = nullptr;
+  }
+  BackupWatch(BackupWatch const&) = delete;
+  BackupWatch& operator=(BackupWatch const&) = delete;
+
+  std::string get_Path() const { return mBackup ? ToUtf8(mBackup->get_Path()) : std::string(); }
+
+ private:
+  static LocationPtr Make(LocationPtr inFolder) {
+    sWatch->mBackup = sWatch->mMake(std::move(inFolder));
+    return sWatch->mBackup;
+  }
+  static BackupWatch* sWatch;
+
+  LocationPtr (*mMake)(LocationPtr);
+  LocationPtr mBackup;
+};
+
+BackupWatch* BackupWatch::sWatch = nullptr;
 
 }  // namespace
 
@@ -150,9 +182,13 @@ void Session::Drop() {
 std::string Session::Backup(std::string const& inFolder) {
   return WithDatabaseErrors([&] {
     LocationPtr folder = inFolder.empty() ? LocationPtr() : LocationOf(inFolder);
+    if (auto const made = tarn::query_interface<tarn::I_Folder>(folder.get(), tarn::kIID_Folder)) {
+      made->Create();
+    }
+    BackupWatch const watch;
     ElapsedDisplay const elapsed("backup");
     RequireDatabase().Backup(folder);
-    return folder ? ToUtf8(folder->get_Path()) : std::string();
+    return watch.get_Path();
   });
 }
 

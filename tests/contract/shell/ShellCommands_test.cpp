@@ -56,6 +56,25 @@ TEST(LumoraCommands, CreateCloseOpenAndDropADatabase) {
   EXPECT_EQ(folder.Names(), std::set<std::string>());
 }
 
+TEST(LumoraCommands, BackUpAndRestoreADatabase) {
+  TempFolder const folder;
+  std::string const path = folder.At("it's.db");
+  ProcessResult const backup =
+      RunLumora({"--create", path, "-c", "CREATE TABLE t AS SELECT 5 AS i; CREATE VIEW v AS FROM t",
+                 "-c", ".backup \"" + folder.At("new/folder") + "\""});
+  ASSERT_EQ(backup.mErrors, "");
+  std::string const made = backup.mOutput.substr(0, backup.mOutput.find('\n'));
+  EXPECT_EQ(made.rfind(folder.At("new/folder"), 0), 0U) << made;
+  std::string const copy = folder.At("copy.db");
+  std::string const restore = ".restore \"" + made + "\" \"" + copy + "\"";
+  ProcessResult const restored = RunLumora({"--mode", "csv", "-c", restore, "-c", "FROM v"});
+  EXPECT_EQ(restored.mErrors, "");
+  EXPECT_EQ(restored.mOutput, "i\r\n5\r\n");
+  ProcessResult const again = RunLumora({"-c", restore});
+  EXPECT_EQ(again.mExitCode, 1);
+  EXPECT_NE(again.mErrors.find("is there already"), std::string::npos) << again.mErrors;
+}
+
 TEST(LumoraCommands, ShowTablesSchemasDatabasesAndTypes) {
   ProcessResult const result = RunLumora(
       {"--mode", "csv", "-c",
