@@ -236,6 +236,14 @@ std::shared_ptr<OpenDatabase> OpenAsItIsOpen(OpenRequest inRequest, Busy& ioFile
   return OpenReadOnly(inRequest, ioFile, inStatus, outError);
 }
 
+// Hazard: a file that SQL attached is not in the registry; a second instance of it loses commits,
+// and closing it takes the lock away. Remedy: DuckDB's lock on it tells.
+bool IsAttachedHere(OpenFile const& inFile, FileStatus const& inStatus, Access inAccess) {
+  if (inFile.get_Users() != 0 || !inStatus.mId) return false;
+  OwnLock const lock = FindOwnLock(*inStatus.mId);
+  return lock == OwnLock::kWrite || (lock == OwnLock::kRead && inAccess == Access::kReadWrite);
+}
+
 std::shared_ptr<OpenDatabase> OpenPrivate(OpenRequest const& inRequest, std::string& outError) {
   std::string const path = inRequest.mPath.empty() ? ":memory:" : inRequest.mPath;
   DatabaseHandle handle = OpenInstance(path, inRequest.mConfig, outError);
@@ -270,6 +278,10 @@ std::shared_ptr<OpenDatabase> OpenDatabaseFile(OpenRequest const& inRequest,
   }
   outError = Refusal(inRequest, status);
   if (!outError.empty()) return nullptr;
+  if (IsAttachedHere(**file, status, inRequest.mAccess)) {
+    outError = LockConflict(status.mPath, "this process has it open otherwise (ATTACH)");
+    return nullptr;
+  }
   if (inRequest.mOnlyReads && (*file)->get_Users() != 0) {
     return OpenAsItIsOpen(inRequest, *file, status, outError);
   }
@@ -290,6 +302,7 @@ FileReservation::FileReservation(std::string const& inPath) {
   auto const registry = FileRegistry::Instance();
   std::shared_ptr<Busy> const file = registry->Take(path, status);
   mUsers = file ? (*file)->get_Users() : registry->CountUsers(path);
+  if (file && IsAttachedHere(**file, status, Access::kReadWrite)) mUsers = 1;
   if (mUsers == 0) mHold = file;
 }
 

@@ -73,6 +73,7 @@ struct OpenRequest {
 //  - A read-only request joins a read-write instance when there is one (get_Access then says
 //    kReadWrite); otherwise it gets an instance of its own.
 //  - A path whose file was removed or replaced while the old one is still open here is refused.
+//  - A file that SQL attached in this process is refused, where the system tells of it (Linux).
 //  - A folder, a device, a pipe and a path with a NUL are refused.
 std::shared_ptr<OpenDatabase> OpenDatabaseFile(OpenRequest const& inRequest, std::string& outError);
 
@@ -89,7 +90,8 @@ class FileReservation {
   FileReservation(FileReservation const&) = delete;
   FileReservation& operator=(FileReservation const&) = delete;
 
-  // Users of the file when the reservation was asked for; it holds the file when there are none.
+  // Users of the file when the reservation was asked for, an ATTACH of SQL included where the
+  // system tells of it; the file is held when there are none.
   std::uint32_t get_Users() const noexcept { return mUsers; }
 
  private:

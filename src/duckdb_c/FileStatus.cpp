@@ -1,8 +1,11 @@
 #include "duckdb_c/FileStatus.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
 #include <system_error>
 
@@ -12,6 +15,9 @@
 #else
 #include <fcntl.h>
 #include <sys/stat.h>
+#if defined(__linux__)
+#include <sys/sysmacros.h>
+#endif
 #include <unistd.h>
 
 #include <cerrno>
@@ -132,6 +138,7 @@ void FlushToDisk(std::string const& inPath) {
   CloseHandle(file);
 }
 
+OwnLock FindOwnLock(FileId const&) { return OwnLock::kNone; }
 ReadLockKeeper::ReadLockKeeper(std::string const&) {}
 ReadLockKeeper::~ReadLockKeeper() = default;
 void ReadLockKeeper::Cover() noexcept {}
@@ -190,6 +197,23 @@ void FlushToDisk(std::string const& inPath) {
   (void)::fsync(descriptor);
   ::close(descriptor);
 }
+
+#if defined(__linux__)
+// A line is "1: POSIX  ADVISORY  WRITE 1234 fe:00:10969342 0 EOF": process, device and inode.
+OwnLock FindOwnLock(FileId const& inId) {
+  std::string const wanted = fmt::format(" {} {:02x}:{:02x}:{} ", ::getpid(), major(inId.mDevice),
+                                         minor(inId.mDevice), inId.mNumber);
+  OwnLock found = OwnLock::kNone;
+  std::ifstream locks("/proc/locks");
+  for (std::string line; found != OwnLock::kWrite && std::getline(locks, line);) {
+    if (line.find(wanted) == line.npos || line.find("POSIX") == line.npos) continue;
+    found = line.find("WRITE") != line.npos ? OwnLock::kWrite : OwnLock::kRead;
+  }
+  return found;
+}
+#else
+OwnLock FindOwnLock(FileId const&) { return OwnLock::kNone; }
+#endif
 
 ReadLockKeeper::ReadLockKeeper(std::string const& inPath)
     : mDescriptor(::open(inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}

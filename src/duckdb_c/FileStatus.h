@@ -54,6 +54,11 @@ std::string FindLockHolder(std::string const& inPath);
 // has open. Never throws; what cannot be flushed is left to the system.
 void FlushToDisk(std::string const& inPath);
 
+// What lock this process itself has on the file, whoever took it: also DuckDB for an ATTACH in SQL.
+// Opens nothing of the file. kNone where the system does not tell.
+enum class OwnLock { kNone, kRead, kWrite };
+OwnLock FindOwnLock(FileId const& inId);
+
 // Keeps this process's read lock on a file while descriptors of it are closed.
 //
 // Hazard: on POSIX any close of any descriptor gives up the read lock that other instances of this

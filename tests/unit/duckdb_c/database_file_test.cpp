@@ -280,6 +280,24 @@ TEST(DatabaseFile, NoOtherProcessSlipsInWhileReadOnlyInstancesComeAndGo) {
   EXPECT_EQ(Query(*keeper, "FROM t"), "");
 }
 
+TEST(DatabaseFile, AFileThatSqlAttachedIsLeftAlone) {
+  TempFolder folder;
+  std::string const path = folder.At("a.db");
+  MakeDatabase(path);
+  User user = OpenOrFail(":memory:");
+  EXPECT_EQ(Query(*user, "ATTACH '" + path + "' AS a; INSERT INTO a.t VALUES (1)"), "");
+  for (Access const access : {Access::kReadWrite, Access::kReadOnly}) {
+    EXPECT_THAT(ErrorOf(path, access), HasSubstr("ATTACH"));
+  }
+  EXPECT_EQ(FileReservation(path).get_Users(), 1U);
+  EXPECT_FALSE(AnotherProcessCanRead(path));
+  EXPECT_EQ(Query(*user, "DETACH a; ATTACH '" + path + "' AS a (READ_ONLY)"), "");
+  EXPECT_THAT(ErrorOf(path), HasSubstr("ATTACH"));
+  EXPECT_FALSE(AnotherProcessCanWrite(path));
+  user.reset();
+  EXPECT_TRUE(OpenOrFail(path));
+}
+
 TEST(DatabaseFile, AReplacedFileIsRefusedWhileTheOldOneIsOpen) {
   TempFolder folder;
   std::string const path = folder.At("a.db");
