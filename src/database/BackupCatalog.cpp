@@ -2,13 +2,9 @@
 
 #include <array>
 
-#include "duckdb_c/DuckDBText.h"
-#include "duckdb_c/Handles.h"
+#include "database/BackupQuery.h"
 
 namespace lumora {
-
-using duckdb_c::ChunkHandle;
-using duckdb_c::ResultHandle;
 
 namespace {
 
@@ -60,25 +56,12 @@ constexpr std::array kCommentQueries = {
 constexpr char const* kOfDatabase = " AND database_name = current_database()";
 constexpr char const* kQuoteName = R"('"' || replace($1, '"', '""') || '"')";
 
-std::string TextAt(duckdb_vector inVector, idx_t inRow) {
-  auto* const validity = duckdb_vector_get_validity(inVector);
-  if (validity && !duckdb_validity_row_is_valid(validity, inRow)) return {};
-  auto const* const texts = static_cast<duckdb_string_t*>(duckdb_vector_get_data(inVector));
-  return std::string(duckdb_c::TextOf(texts[inRow]));
-}
-
 // Calls inRow(first, second) for each row of a query of two texts.
 template <typename TRow>
-void ForEachRow(duckdb_connection inConnection, std::string const& inSql, TRow const& inRow) {
-  ResultHandle result;
-  if (duckdb_query(inConnection, inSql.c_str(), result.out()) != DuckDBSuccess) return;
-  while (ChunkHandle const chunk{duckdb_fetch_chunk(result.get())}) {
-    duckdb_vector const first = duckdb_data_chunk_get_vector(chunk.get(), 0);
-    duckdb_vector const second = duckdb_data_chunk_get_vector(chunk.get(), 1);
-    for (idx_t row = 0; row < duckdb_data_chunk_get_size(chunk.get()); ++row) {
-      inRow(TextAt(first, row), TextAt(second, row));
-    }
-  }
+void ForEachPair(duckdb_connection inConnection, std::string const& inSql, TRow const& inRow) {
+  std::string ignored;
+  ForEachRow(inConnection, inSql, ignored,
+             [&](std::vector<std::string> const& row) { inRow(row[0], row[1]); });
 }
 
 // Replaces q(name) by the SQL that quotes the name.
@@ -98,7 +81,7 @@ std::string WithQuotedNames(std::string inSql) {
 Catalog ReadCatalog(duckdb_connection inConnection) {
   Catalog catalog;
   for (char const* const query : kCatalogQueries) {
-    ForEachRow(
+    ForEachPair(
         inConnection, std::string(query) + kOfDatabase,
         [&](std::string const& name, std::string const& like) { catalog.emplace(name, like); });
   }
@@ -118,7 +101,7 @@ Statements ReadComments(duckdb_connection inConnection) {
   Statements statements;
   for (char const* const query : kCommentQueries) {
     std::string const sql = WithQuotedNames(query) + kOfDatabase + " AND comment IS NOT NULL";
-    ForEachRow(inConnection, sql, [&](std::string const& place, std::string const& comment) {
+    ForEachPair(inConnection, sql, [&](std::string const& place, std::string const& comment) {
       std::string quoted = "'";
       for (char const unit : comment) quoted.append(unit == '\'' ? 2 : 1, unit);
       statements.push_back(place + " IS " + quoted + "'");
@@ -129,7 +112,7 @@ Statements ReadComments(duckdb_connection inConnection) {
 
 std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
   std::map<std::string, Statements> types;
-  ForEachRow(
+  ForEachPair(
       inConnection,
       std::string("SELECT type_oid::VARCHAR, unnest(labels) FROM duckdb_types() "
                   "WHERE NOT internal AND logical_type = 'ENUM'") +
@@ -142,10 +125,10 @@ std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
 
 std::string ReadStorageVersion(duckdb_connection inConnection) {
   std::string version;
-  ForEachRow(inConnection,
-             "SELECT tags['storage_version'], '' FROM duckdb_databases() "
-             "WHERE database_name = current_database()",
-             [&](std::string const& tag, std::string const&) { version = tag; });
+  ForEachPair(inConnection,
+              "SELECT tags['storage_version'], '' FROM duckdb_databases() "
+              "WHERE database_name = current_database()",
+              [&](std::string const& tag, std::string const&) { version = tag; });
   // "v1.5.0+" means that version's format; DuckDB takes it without the sign.
   while (version.ends_with('+')) version.pop_back();
   return version;
@@ -154,14 +137,14 @@ std::string ReadStorageVersion(duckdb_connection inConnection) {
 std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection) {
   std::map<std::string, std::set<std::string>> references;
   // A foreign key stays in its schema; the main one is not written.
-  ForEachRow(inConnection,
-             std::string("SELECT s || table_name, s || referenced_table FROM (SELECT *, CASE "
-                         "schema_name WHEN 'main' THEN '' ELSE schema_name || chr(0) END AS s "
-                         "FROM duckdb_constraints()) WHERE constraint_type = 'FOREIGN KEY'") +
-                 kOfDatabase,
-             [&](std::string const& table, std::string const& needed) {
-               references[table].insert(needed);
-             });
+  ForEachPair(inConnection,
+              std::string("SELECT s || table_name, s || referenced_table FROM (SELECT *, CASE "
+                          "schema_name WHEN 'main' THEN '' ELSE schema_name || chr(0) END AS s "
+                          "FROM duckdb_constraints()) WHERE constraint_type = 'FOREIGN KEY'") +
+                  kOfDatabase,
+              [&](std::string const& table, std::string const& needed) {
+                references[table].insert(needed);
+              });
   return references;
 }
 

@@ -4,6 +4,7 @@
 
 #include "database/BackupCatalog.h"
 #include "database/BackupScript.h"
+#include "database/BackupValues.h"
 #include "database/DatabaseErrors.h"
 #include "duckdb_c/DatabaseFile.h"
 #include "duckdb_c/Handles.h"
@@ -42,10 +43,25 @@ struct Trial {
   }
 };
 
+// The source, and what it held before the export.
 struct Source {
   duckdb_connection mConnection;
   Catalog mBefore;
+  DelicateTables mDelicate;
+  Checksums mSums;
+
+  explicit Source(duckdb_connection inConnection)
+      : mConnection(inConnection),
+        mBefore(ReadCatalog(inConnection)),
+        mDelicate(ReadDelicateTables(inConnection)),
+        mSums(ReadChecksums(inConnection, mDelicate)) {}
 };
+
+std::string BuildExportSql(std::string const& inFolder) {
+  tarn::String const folder = tarn::EscapeStringU(ToHostText(inFolder).c_str(), '\'');
+  return "EXPORT DATABASE '" + ToUtf8(folder) +
+         "' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, PARQUET_VERSION V2 )";
+}
 
 // Brings the schema script into an order that works, and the trial database to what it makes.
 std::string MakeSchemaWork(Source const& inSource, Trial const& inTrial,
@@ -69,12 +85,22 @@ std::string MakeSchemaWork(Source const& inSource, Trial const& inTrial,
   return {};
 }
 
-void OrderLoading(Source const& inSource, std::string const& inPath) {
-  auto const references = ReadReferences(inSource.mConnection);
-  if (references.empty()) return;
+// Brings the loading script into an order that works. DuckDB only looks whether it could load each
+// file; what is in the files is compared where Parquet may not hold it.
+std::string MakeLoadingWork(Source const& inSource, Trial const& inTrial,
+                            std::string const& inPath) {
+  duckdb_connection const trial = inTrial.mConnection.get();
   Statements const written = SplitStatements(ReadTextFile(inPath));
-  Statements const ordered = OrderCopies(written, references);
+  Statements const ordered = OrderCopies(written, ReadReferences(inSource.mConnection));
+  for (std::string const& copy : ordered) {
+    duckdb_c::PreparedHandle prepared;
+    if (duckdb_prepare(trial, copy.c_str(), prepared.out()) == DuckDBSuccess) continue;
+    return Incomplete(TextOr(duckdb_prepare_error(prepared.get()), kUnknownError));
+  }
   if (ordered != written) ReplaceTextFile(inPath, JoinStatements(ordered));
+  std::string const why = CompareFiles(trial, ordered, inSource.mDelicate, inSource.mSums,
+                                       ReadChecksums(inSource.mConnection, inSource.mDelicate));
+  return why.empty() ? why : Incomplete(why);
 }
 
 std::string MakeRestorable(Source const& inSource, std::string const& inFolder) {
@@ -83,7 +109,8 @@ std::string MakeRestorable(Source const& inSource, std::string const& inFolder) 
   if (!trial.mConnection) return Incomplete(TextOr(error.c_str(), kUnknownError));
   error = MakeSchemaWork(inSource, trial, inFolder + "/schema.sql");
   if (!error.empty()) return error;
-  OrderLoading(inSource, inFolder + "/load.sql");
+  error = MakeLoadingWork(inSource, trial, inFolder + "/load.sql");
+  if (!error.empty()) return error;
   std::string const missing = FindMissing(inSource.mBefore, ReadCatalog(inSource.mConnection),
                                           ReadCatalog(trial.mConnection.get()));
   return missing.empty() ? std::string()
@@ -92,14 +119,8 @@ std::string MakeRestorable(Source const& inSource, std::string const& inFolder) 
 
 }  // namespace
 
-std::string BuildExportSql(std::string const& inFolder) {
-  tarn::String const folder = tarn::EscapeStringU(ToHostText(inFolder).c_str(), '\'');
-  return "EXPORT DATABASE '" + ToUtf8(folder) +
-         "' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, PARQUET_VERSION V2 )";
-}
-
 std::string ExportDatabase(duckdb_connection inConnection, std::string const& inFolder) {
-  Source const source{inConnection, ReadCatalog(inConnection)};
+  Source const source(inConnection);
   std::string error;
   if (!Run(inConnection, BuildExportSql(inFolder), error)) return error;
   try {

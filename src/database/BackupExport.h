@@ -17,7 +17,4 @@ namespace lumora {
 // thread needs to be kept from using it.
 std::string ExportDatabase(duckdb_connection inConnection, std::string const& inFolder);
 
-// The database that is exported into the folder, as "EXPORT DATABASE …".
-std::string BuildExportSql(std::string const& inFolder);
-
 }  // namespace lumora

@@ -69,12 +69,21 @@ std::string StorageVersionFor(std::string const& inBackupFolder) {
   }
 }
 
+bool IsEmptyBackup(std::string const& inFolder) {
+  try {
+    return SplitStatements(ReadTextFile(inFolder + "/schema.sql")).empty() &&
+           SplitStatements(ReadTextFile(inFolder + "/load.sql")).empty();
+  } catch (tarn::xException const&) {
+    return false;
+  }
+}
+
 // The new database, whole and closed. Throws the database's exceptions.
 void Build(std::string const& inPath, std::string const& inBackupFolder) {
   DatabasePtr const database = MakeDatabase(inPath);
   database->put_StorageVersion(ToHostText(StorageVersionFor(inBackupFolder)));
   database->Create();
-  database->ExecuteSQL(ToHostText(BuildImportSql(inBackupFolder)), nullptr);
+  ImportBackup(*database, inBackupFolder);
   database->Close();
   if (Exists(inPath + kLog)) throw std::runtime_error("The restored database was not written out");
 }
@@ -128,9 +137,12 @@ void NamingTarget(tarn::String const& inPath, TWork const& inWork) {
 
 }  // namespace
 
-std::string BuildImportSql(std::string const& inFolder) {
-  return "IMPORT DATABASE '" + ToUtf8(tarn::EscapeStringU(ToHostText(inFolder).c_str(), '\'')) +
-         "'";
+void ImportBackup(tarn::lsql::I_DuckDBDatabase& inDatabase, std::string const& inFolder) {
+  if (IsEmptyBackup(inFolder)) return;
+  tarn::String sql(TARN_W("IMPORT DATABASE '"));
+  sql += tarn::EscapeStringU(ToHostText(inFolder).c_str(), '\'');
+  sql += "'";
+  inDatabase.ExecuteSQL(sql, nullptr);
 }
 
 void ReturnReplaced(std::string const& inPath) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tarn/Location.h"
+#include "tarn/lsql/I_DuckDBDatabase.h"
 
 namespace lumora {
 
@@ -25,7 +26,8 @@ void RestoreDatabaseFile(tarn::I_Location& inTarget, std::string const& inBackup
 // yet. Nothing to do otherwise. The path is local, UTF-8.
 void ReturnReplaced(std::string const& inPath);
 
-// "IMPORT DATABASE '…'"
-std::string BuildImportSql(std::string const& inFolder);
+// Imports a backup folder (UTF-8) into an open database: "IMPORT DATABASE '…'". A backup of an
+// empty database has nothing to import, which DuckDB would call an error.
+void ImportBackup(tarn::lsql::I_DuckDBDatabase& inDatabase, std::string const& inFolder);
 
 }  // namespace lumora

@@ -108,7 +108,7 @@ smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(
     return database;
   }
   database->Create();
-  database->ExecuteSQL(lumora::ToHostText(lumora::BuildImportSql(backup)), nullptr);
+  lumora::ImportBackup(*database, backup);
   database->Close();
   return database;
 }
