@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
@@ -199,8 +200,30 @@ void FlushToDisk(std::string const& inPath) {
 }
 
 #if defined(__linux__)
+namespace {
+
+bool HasDescriptor(FileId const& inId) {
+  std::error_code error;
+  for (fs::directory_iterator entry("/proc/self/fd", error), end; !error && entry != end;
+       entry.increment(error)) {
+    struct stat information {};
+    int const descriptor = std::atoi(entry->path().filename().c_str());
+    if (::fstat(descriptor, &information) == 0 &&
+        FileId{information.st_dev, information.st_ino} == inId) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+// The list of locks is only read when there is a descriptor: the kernel stops everybody's locking
+// for it, which takes milliseconds.
+//
 // A line is "1: POSIX  ADVISORY  WRITE 1234 fe:00:10969342 0 EOF": process, device and inode.
 OwnLock FindOwnLock(FileId const& inId) {
+  if (!HasDescriptor(inId)) return OwnLock::kNone;
   std::string const wanted = fmt::format(" {} {:02x}:{:02x}:{} ", ::getpid(), major(inId.mDevice),
                                          minor(inId.mDevice), inId.mNumber);
   OwnLock found = OwnLock::kNone;
