@@ -26,9 +26,11 @@ class ConverterUtf8 final : public I_Converter {
     // As many units as bytes are enough for every text, and exact for an ASCII one.
     WChar* const units = text.resize_for_overwrite(static_cast<std::uint32_t>(inLength));
     std::size_t const ascii = utf8::WidenAscii(inText, inLength, units);
-    if (ascii == inLength) return text;
-    std::size_t const count = ascii + utf8::Decode(inText + ascii, inLength - ascii, units + ascii);
-    return String(units, static_cast<std::int32_t>(count));
+    if (ascii != inLength) {
+      std::size_t const rest = utf8::Decode(inText + ascii, inLength - ascii, units + ascii);
+      text = String(units, static_cast<std::int32_t>(ascii + rest));
+    }
+    return text;  // on every way, so that it is made in the caller's place
   }
 
   std::string FromUTF16(WChar const* inText, std::size_t inLength) const override {

@@ -19,21 +19,25 @@ Depots& AllDepots() noexcept {
   return *depots;
 }
 
-thread_local bool tEnded = false;
-
 // Gives the thread's pieces back at its end. The cache itself is not in the thread's static block,
 // which is small for libraries that are loaded late.
 struct CacheOwner {
-  ~CacheOwner() {
-    tEnded = true;
-    delete std::exchange(tCache, nullptr);
-  }
+  bool mIsArmed = false;
+
+  ~CacheOwner();
 };
+thread_local bool tEnded = false;
+thread_local CacheOwner tOwner;
+
+CacheOwner::~CacheOwner() {
+  tEnded = true;
+  delete std::exchange(tCache, nullptr);
+}
 
 // Null when memory runs out, and while the thread's thread-local objects die.
 ThreadCache* MakeCache() noexcept {
   if (tEnded) return nullptr;
-  thread_local CacheOwner const owner;
+  tOwner.mIsArmed = true;  // its first use is what makes it die with the thread
   tCache = ::new (std::nothrow) ThreadCache(AllDepots());
   return tCache;
 }

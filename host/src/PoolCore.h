@@ -19,8 +19,8 @@
 // address, where now the owner's first store has to wait for nothing.
 //
 // What is kept: a depot keeps full magazines of at most kRetainedBytes of pieces, with the slabs
-// that they lie in, and one empty slab. What exceeds that goes back piece by piece, and a slab
-// whose pieces are all back is given to the system.
+// that they lie in, as many empty magazines (1 KB each), and one empty slab. What exceeds that goes
+// back piece by piece, and a slab whose pieces are all back is given to the system.
 namespace tarn::pool {
 
 inline constexpr std::size_t kStep = 16;
@@ -99,6 +99,7 @@ class Depot {
   bool CanKeep(Magazine const& inMagazine) const noexcept;
   void Keep(Magazine* inFull) noexcept;
   void KeepEmpty(Magazine* inEmpty) noexcept;
+  Magazine* TakeEmpty() noexcept;
 
   std::size_t const mPieceBytes;
   std::uint32_t const mFull;
@@ -195,7 +196,8 @@ inline Magazine* Depot::Fill(Magazine* inEmpty) {
     return magazine;
   }
   if (!mSlabs) AddSlab();
-  Magazine* const magazine = inEmpty ? inEmpty : new Magazine;
+  Magazine* const magazine = inEmpty ? inEmpty : TakeEmpty();
+  if (!magazine) throw std::bad_alloc();
   while (mSlabs && magazine->mCount < mFull) Load(mSlabs, *magazine);
   return magazine;
 }
@@ -206,12 +208,7 @@ inline Magazine* Depot::Empty(Magazine* inMagazine) noexcept {
     Unload(*inMagazine);
     return inMagazine;
   }
-  Magazine* empty = TakeFirst(mEmptyMagazines);
-  if (empty) {
-    --mEmptyCount;
-  } else {
-    empty = ::new (std::nothrow) Magazine;
-  }
+  Magazine* const empty = TakeEmpty();
   if (!inMagazine) return empty;
   if (!empty) {
     Unload(*inMagazine);
@@ -219,6 +216,13 @@ inline Magazine* Depot::Empty(Magazine* inMagazine) noexcept {
   }
   Keep(inMagazine);
   return empty;
+}
+
+// Null when memory runs out.
+inline Magazine* Depot::TakeEmpty() noexcept {
+  if (!mEmptyMagazines) return ::new (std::nothrow) Magazine;
+  --mEmptyCount;
+  return TakeFirst(mEmptyMagazines);
 }
 
 inline void Depot::Give(Magazine* inMagazine) noexcept {

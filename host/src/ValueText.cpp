@@ -69,7 +69,10 @@ class StringValue final : public TextValue {
     // As many units as bytes are enough for every text, and exact for an ASCII one.
     WChar* const units = Text().resize_for_overwrite(static_cast<std::uint32_t>(inLength));
     std::size_t const ascii = utf8::WidenAscii(inText, inLength, units);
-    if (ascii != inLength) Text() = GetConverter_UTF8()->ToUTF16(inText, inLength);
+    if (ascii != inLength) {
+      std::size_t const rest = utf8::Decode(inText + ascii, inLength - ascii, units + ascii);
+      Text() = String(units, static_cast<std::int32_t>(ascii + rest));
+    }
     put_MaxLength((Text().length() + 1) * static_cast<std::uint32_t>(sizeof(WChar)));
   }
 

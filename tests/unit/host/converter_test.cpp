@@ -256,6 +256,17 @@ TEST(Converter, TextsOfEveryLengthAroundTheBlocks) {
   }
 }
 
+TEST(Converter, ASurrogatePairIsKeptTogetherAtEveryPlace) {
+  for (std::size_t place = 0; place < 800; ++place) {
+    Units const units = Units(place, u'x') + EncodeUtf16(0x1F986) + Units(300, u'y');
+    ASSERT_EQ(From(units), ReferenceFrom(units)) << place;
+    Units const alone = Units(place, u'x') + WChar{0xD83E} + Units(300, u'y');
+    ASSERT_EQ(From(alone), ReferenceFrom(alone)) << place;
+  }
+  Units const high(1000, 0xD83E);
+  EXPECT_EQ(From(high), ReferenceFrom(high));
+}
+
 TEST(Converter, ALongTextIsConvertedWhole) {
   std::string text;
   for (char32_t code = 1; text.size() < 3'000'000; code = code % 0xD7F0 + 7)

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include <algorithm>
 #include <cstring>
 #include <deque>
@@ -228,12 +232,37 @@ TEST(Pool, MemoryIsTakenAndGivenWhileAThreadEnds) {
   int released = 0;
   for (int i = 0; i < 50; ++i) {
     std::thread([&released] {
-      tLate.mValue = tarn::smart_ptr<tarn::I_Value>(tarn::CreateValueLong(false, nullptr, nullptr));
-      tLate.mPiece = tarn::PoolAllocate(100);
+      LateRelease& late = tLate;  // made before the pool's own, so it dies after them
+      late.mValue = tarn::smart_ptr<tarn::I_Value>(tarn::CreateValueLong(false, nullptr, nullptr));
+      late.mPiece = tarn::PoolAllocate(100);
       ++released;
     }).join();
   }
   EXPECT_EQ(released, 50);
+}
+
+void UseInThreads(int inCount) {
+  for (int i = 0; i < inCount; ++i) {
+    std::thread([] {
+      LateRelease& late = tLate;
+      late.mPiece = tarn::PoolAllocate(100);
+      for (std::size_t size = 1; size < 300; size += 10) {
+        tarn::PoolFree(tarn::PoolAllocate(size), size);
+      }
+    }).join();
+  }
+}
+
+TEST(Pool, ThreadsThatEndedHoldNoMemory) {
+#if defined(__GLIBC__)
+  UseInThreads(50);
+  auto const before = mallinfo2().uordblks;
+  UseInThreads(300);
+  EXPECT_LT(mallinfo2().uordblks, before + 300 * 64);
+#else
+  UseInThreads(300);
+  EXPECT_NE(tarn::PoolAllocate(1), nullptr);
+#endif
 }
 
 TEST(Pool, EverySizeGivesMemoryThatIsAlignedAndOurs) {
