@@ -11,46 +11,46 @@ namespace {
 // Each gives (name for a user, what it is like) and ends in a WHERE to which the database is added.
 // Views are told by their columns and not by their text, which DuckDB may write in another way.
 constexpr std::array kCatalogQueries = {
-    "SELECT 'schema ' || schema_name, '' FROM duckdb_schemas() WHERE NOT internal",
-    "SELECT 'table ' || schema_name || '.' || table_name, '' FROM duckdb_tables() "
-    "WHERE NOT internal AND NOT temporary",
-    "SELECT 'column ' || schema_name || '.' || table_name || '.' || column_name, "
-    "concat_ws(' ', column_index, data_type, is_nullable, column_default) FROM duckdb_columns() "
-    "WHERE NOT internal",
-    "SELECT 'constraint of table ' || schema_name || '.' || table_name, "
-    "concat_ws(' ', constraint_type, expression, constraint_column_names, referenced_table, "
-    "referenced_column_names) FROM duckdb_constraints() WHERE true",
-    "SELECT 'view ' || schema_name || '.' || view_name, '' FROM duckdb_views() "
-    "WHERE NOT internal AND NOT temporary",
-    "SELECT 'index ' || schema_name || '.' || index_name, "
-    "concat_ws(' ', table_name, is_unique, expressions) FROM duckdb_indexes() WHERE true",
-    "SELECT 'sequence ' || schema_name || '.' || sequence_name, "
-    "concat_ws(' ', increment_by, min_value, max_value, cycle) FROM duckdb_sequences() "
-    "WHERE NOT temporary",
-    "SELECT 'macro ' || schema_name || '.' || function_name, "
-    "concat_ws(' ', function_type, parameters) FROM duckdb_functions() "
-    "WHERE NOT internal AND function_type IN ('macro', 'table_macro')",
-    "SELECT 'type ' || schema_name || '.' || type_name, concat_ws(' ', logical_type, labels) "
-    "FROM duckdb_types() WHERE NOT internal",
+    R"(SELECT 'schema ' || schema_name, '' FROM duckdb_schemas() WHERE NOT internal)",
+    R"(SELECT 'table ' || schema_name || '.' || table_name, '' FROM duckdb_tables()
+       WHERE NOT internal AND NOT temporary)",
+    R"(SELECT 'column ' || schema_name || '.' || table_name || '.' || column_name,
+       concat_ws(' ', column_index, data_type, is_nullable, column_default) FROM duckdb_columns()
+       WHERE NOT internal)",
+    R"(SELECT 'constraint of table ' || schema_name || '.' || table_name,
+       concat_ws(' ', constraint_type, expression, constraint_column_names, referenced_table,
+       referenced_column_names) FROM duckdb_constraints() WHERE true)",
+    R"(SELECT 'view ' || schema_name || '.' || view_name, '' FROM duckdb_views()
+       WHERE NOT internal AND NOT temporary)",
+    R"(SELECT 'index ' || schema_name || '.' || index_name,
+       concat_ws(' ', table_name, is_unique, expressions) FROM duckdb_indexes() WHERE true)",
+    R"(SELECT 'sequence ' || schema_name || '.' || sequence_name,
+       concat_ws(' ', increment_by, min_value, max_value, cycle) FROM duckdb_sequences()
+       WHERE NOT temporary)",
+    R"(SELECT 'macro ' || schema_name || '.' || function_name,
+       concat_ws(' ', function_type, parameters) FROM duckdb_functions()
+       WHERE NOT internal AND function_type IN ('macro', 'table_macro'))",
+    R"(SELECT 'type ' || schema_name || '.' || type_name, concat_ws(' ', logical_type, labels)
+       FROM duckdb_types() WHERE NOT internal)",
 };
 
 // Each gives (COMMENT ON what, comment); q(name) stands for the SQL that quotes the name.
 constexpr std::array kCommentQueries = {
-    "SELECT 'COMMENT ON TABLE ' || q(schema_name) || '.' || q(table_name), comment "
-    "FROM duckdb_tables() WHERE NOT internal AND NOT temporary",
-    "SELECT 'COMMENT ON VIEW ' || q(schema_name) || '.' || q(view_name), comment "
-    "FROM duckdb_views() WHERE NOT internal AND NOT temporary",
-    "SELECT 'COMMENT ON COLUMN ' || q(schema_name) || '.' || q(table_name) || '.' || "
-    "q(column_name), comment FROM duckdb_columns() WHERE NOT internal",
-    "SELECT 'COMMENT ON INDEX ' || q(schema_name) || '.' || q(index_name), comment "
-    "FROM duckdb_indexes() WHERE true",
-    "SELECT 'COMMENT ON SEQUENCE ' || q(schema_name) || '.' || q(sequence_name), comment "
-    "FROM duckdb_sequences() WHERE NOT temporary",
-    "SELECT 'COMMENT ON TYPE ' || q(schema_name) || '.' || q(type_name), comment "
-    "FROM duckdb_types() WHERE NOT internal",
-    "SELECT 'COMMENT ON MACRO ' || CASE function_type WHEN 'table_macro' THEN 'TABLE ' ELSE '' END "
-    "|| q(schema_name) || '.' || q(function_name), comment FROM duckdb_functions() "
-    "WHERE NOT internal AND function_type IN ('macro', 'table_macro')",
+    R"(SELECT 'COMMENT ON TABLE ' || q(schema_name) || '.' || q(table_name), comment
+       FROM duckdb_tables() WHERE NOT internal AND NOT temporary)",
+    R"(SELECT 'COMMENT ON VIEW ' || q(schema_name) || '.' || q(view_name), comment
+       FROM duckdb_views() WHERE NOT internal AND NOT temporary)",
+    R"(SELECT 'COMMENT ON COLUMN ' || q(schema_name) || '.' || q(table_name) || '.' ||
+       q(column_name), comment FROM duckdb_columns() WHERE NOT internal)",
+    R"(SELECT 'COMMENT ON INDEX ' || q(schema_name) || '.' || q(index_name), comment
+       FROM duckdb_indexes() WHERE true)",
+    R"(SELECT 'COMMENT ON SEQUENCE ' || q(schema_name) || '.' || q(sequence_name), comment
+       FROM duckdb_sequences() WHERE NOT temporary)",
+    R"(SELECT 'COMMENT ON TYPE ' || q(schema_name) || '.' || q(type_name), comment
+       FROM duckdb_types() WHERE NOT internal)",
+    R"(SELECT 'COMMENT ON MACRO ' || CASE function_type WHEN 'table_macro' THEN 'TABLE ' ELSE '' END
+       || q(schema_name) || '.' || q(function_name), comment FROM duckdb_functions()
+       WHERE NOT internal AND function_type IN ('macro', 'table_macro'))",
 };
 
 constexpr char const* kOfDatabase = " AND database_name = current_database()";
@@ -138,9 +138,9 @@ std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection in
   std::map<std::string, std::set<std::string>> references;
   // A foreign key stays in its schema; the main one is not written.
   ForEachPair(inConnection,
-              std::string("SELECT s || table_name, s || referenced_table FROM (SELECT *, CASE "
-                          "schema_name WHEN 'main' THEN '' ELSE schema_name || chr(0) END AS s "
-                          "FROM duckdb_constraints()) WHERE constraint_type = 'FOREIGN KEY'") +
+              std::string(R"(SELECT s || table_name, s || referenced_table FROM (SELECT *,
+                  CASE schema_name WHEN 'main' THEN '' ELSE schema_name || chr(0) END AS s
+                  FROM duckdb_constraints()) WHERE constraint_type = 'FOREIGN KEY')") +
                   kOfDatabase,
               [&](std::string const& table, std::string const& needed) {
                 references[table].insert(needed);
