@@ -62,11 +62,13 @@ tsan: setup $(root)/build/tsan/build.ninja ## the threaded suites under the thre
 	@$(call build_with,tsan,--target threaded_tests)
 	@$(call ctest_with,tsan)
 
-rules: setup ## the rules of the tree
+rules: setup ## the rules of the tree, and what the documents point at
 	@python3 '$(root)/scripts/check_tree_test.py' --quiet
 	@python3 '$(root)/scripts/check_tree.py'
 	@python3 '$(root)/scripts/check_ledger_test.py' --quiet
 	@python3 '$(root)/scripts/check_ledger.py'
+	@python3 '$(root)/scripts/check_docs_test.py' --quiet
+	@python3 '$(root)/scripts/check_docs.py'
 
 ledger: setup ## write docs/duckdb-ledger.tsv anew, keeping the reasons
 	@python3 '$(root)/scripts/check_ledger.py' --update

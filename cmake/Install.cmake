@@ -36,9 +36,10 @@ if(NOT LUMORA_HOST_ROOT)
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 endif()
 
-file(GLOB _documents "${CMAKE_SOURCE_DIR}/docs/*.md" "${CMAKE_SOURCE_DIR}/README.md"
-    "${CMAKE_SOURCE_DIR}/CHANGELOG.md" "${CMAKE_SOURCE_DIR}/LICENSE")
-install(FILES ${_documents} DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+# As in the tree, so that their links to each other hold.
+file(GLOB _documents CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/docs/*.md")
+install(FILES ${_documents} DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(FILES "${CMAKE_SOURCE_DIR}/build/deps/duckdb/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
     RENAME LICENSE.duckdb OPTIONAL)
 
