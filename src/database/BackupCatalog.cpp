@@ -104,7 +104,8 @@ Statements ReadComments(duckdb_connection inConnection) {
     ForEachPair(inConnection, sql, [&](std::string const& place, std::string const& comment) {
       std::string quoted = "'";
       for (char const unit : comment) quoted.append(unit == '\'' ? 2 : 1, unit);
-      statements.push_back(place + " IS " + quoted + "'");
+      quoted += '\'';
+      statements.push_back(place + " IS " + quoted);
     });
   }
   return statements;
@@ -119,6 +120,7 @@ std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
           kOfDatabase,
       [&](std::string const& type, std::string const& value) { types[type].push_back(value); });
   std::vector<Statements> lists;
+  lists.reserve(types.size());
   for (auto& [type, values] : types) lists.push_back(std::move(values));
   return lists;
 }
