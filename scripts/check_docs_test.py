@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
 """Plants a breach of each kind in documents of its own and sees it reported; good ones have none."""
 
+import contextlib
+import io
 import sys
 import tempfile
 import unittest
@@ -78,7 +80,7 @@ class Documents(unittest.TestCase):
                 self.assertEqual([(f[0], f[1]) for f in found if expected in f[2]], [(name, line)], found)
 
     def test_a_tree_without_documents_is_a_failure(self):
-        with tempfile.TemporaryDirectory() as folder:
+        with tempfile.TemporaryDirectory() as folder, contextlib.redirect_stdout(io.StringIO()):
             self.assertEqual(check_docs.main([folder]), 1)
 
 
