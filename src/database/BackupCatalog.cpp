@@ -1,6 +1,9 @@
 #include "database/BackupCatalog.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
+#include <string_view>
 
 #include "database/BackupQuery.h"
 
@@ -53,6 +56,10 @@ constexpr std::array kCommentQueries = {
        WHERE NOT internal AND function_type IN ('macro', 'table_macro'))",
 };
 
+bool IsAsked(std::string_view inQuery, bool inMacros) {
+  return inMacros || inQuery.find("duckdb_functions") == inQuery.npos;
+}
+
 constexpr char const* kOfDatabase = " AND database_name = current_database()";
 constexpr char const* kQuoteName = R"('"' || replace($1, '"', '""') || '"')";
 
@@ -78,9 +85,10 @@ std::string WithQuotedNames(std::string inSql) {
 
 }  // namespace
 
-Catalog ReadCatalog(duckdb_connection inConnection) {
+Catalog ReadCatalog(duckdb_connection inConnection, bool inMacros) {
   Catalog catalog;
   for (char const* const query : kCatalogQueries) {
+    if (!IsAsked(query, inMacros)) continue;
     ForEachPair(
         inConnection, std::string(query) + kOfDatabase,
         [&](std::string const& name, std::string const& like) { catalog.emplace(name, like); });
@@ -88,18 +96,17 @@ Catalog ReadCatalog(duckdb_connection inConnection) {
   return catalog;
 }
 
-std::string FindMissing(Catalog const& inBefore, Catalog const& inAfter, Catalog const& inCopy) {
-  for (CatalogItem const& item : inBefore) {
-    if (inAfter.contains(item) && !inCopy.contains(item)) {
-      return item.second.empty() ? item.first : item.first + " (" + item.second + ")";
-    }
-  }
-  return {};
+Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy) {
+  Catalog missing;
+  std::set_difference(inSource.begin(), inSource.end(), inCopy.begin(), inCopy.end(),
+                      std::inserter(missing, missing.end()));
+  return missing;
 }
 
-Statements ReadComments(duckdb_connection inConnection) {
+Statements ReadComments(duckdb_connection inConnection, bool inMacros) {
   Statements statements;
   for (char const* const query : kCommentQueries) {
+    if (!IsAsked(query, inMacros)) continue;
     std::string const sql = WithQuotedNames(query) + kOfDatabase + " AND comment IS NOT NULL";
     ForEachPair(inConnection, sql, [&](std::string const& place, std::string const& comment) {
       std::string quoted = "'";

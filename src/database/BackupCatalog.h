@@ -16,15 +16,16 @@ using CatalogItem = std::pair<std::string, std::string>;
 using Catalog = std::set<CatalogItem>;
 
 // The user's objects of the connection's current database: schemas, tables, columns, constraints,
-// views, indexes, sequences, macros and types. Empty when DuckDB refuses.
-Catalog ReadCatalog(duckdb_connection inConnection);
+// views, indexes, sequences and types, and macros if asked for: DuckDB lists thousands of functions
+// to find them. Empty when DuckDB refuses.
+Catalog ReadCatalog(duckdb_connection inConnection, bool inMacros);
 
-// The first object that is in both states of the source and not in the copy; empty when there is
-// none. An object that came or went between the two states may be in the copy or not.
-std::string FindMissing(Catalog const& inBefore, Catalog const& inAfter, Catalog const& inCopy);
+// The objects of a catalog that a copy of it does not have.
+Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy);
 
 // What EXPORT does not write, or writes wrongly.
-Statements ReadComments(duckdb_connection inConnection);  // COMMENT ON statements
+// COMMENT ON statements; those of macros if asked for.
+Statements ReadComments(duckdb_connection inConnection, bool inMacros);
 std::vector<Statements> ReadEnumValues(duckdb_connection inConnection);
 std::string ReadStorageVersion(duckdb_connection inConnection);  // "v1.5.0"; empty in memory
 
