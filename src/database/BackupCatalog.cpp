@@ -17,9 +17,6 @@ constexpr std::array kCatalogQueries = {
     R"(SELECT 'schema ' || schema_name, '' FROM duckdb_schemas() WHERE NOT internal)",
     R"(SELECT 'table ' || schema_name || '.' || table_name, '' FROM duckdb_tables()
        WHERE NOT internal AND NOT temporary)",
-    R"(SELECT 'column ' || schema_name || '.' || table_name || '.' || column_name,
-       concat_ws(' ', column_index, data_type, is_nullable, column_default) FROM duckdb_columns()
-       WHERE NOT internal)",
     R"(SELECT 'constraint of table ' || schema_name || '.' || table_name,
        concat_ws(' ', constraint_type, expression, constraint_column_names, referenced_table,
        referenced_column_names) FROM duckdb_constraints() WHERE true)",
@@ -43,8 +40,6 @@ constexpr std::array kCommentQueries = {
        FROM duckdb_tables() WHERE NOT internal AND NOT temporary)",
     R"(SELECT 'COMMENT ON VIEW ' || q(schema_name) || '.' || q(view_name), comment
        FROM duckdb_views() WHERE NOT internal AND NOT temporary)",
-    R"(SELECT 'COMMENT ON COLUMN ' || q(schema_name) || '.' || q(table_name) || '.' ||
-       q(column_name), comment FROM duckdb_columns() WHERE NOT internal)",
     R"(SELECT 'COMMENT ON INDEX ' || q(schema_name) || '.' || q(index_name), comment
        FROM duckdb_indexes() WHERE true)",
     R"(SELECT 'COMMENT ON SEQUENCE ' || q(schema_name) || '.' || q(sequence_name), comment
@@ -85,8 +80,33 @@ std::string WithQuotedNames(std::string inSql) {
 
 }  // namespace
 
-Catalog ReadCatalog(duckdb_connection inConnection, bool inMacros) {
+CatalogColumns ReadColumns(duckdb_connection inConnection) {
+  CatalogColumns columns;
+  std::string ignored;
+  ForEachRow(inConnection,
+             std::string(R"(SELECT schema_name, table_name, column_name, data_type,
+                 concat_ws(' ', column_index, data_type, is_nullable, column_default), comment
+                 FROM duckdb_columns() WHERE NOT internal)") +
+                 kOfDatabase + " ORDER BY table_oid, column_index",
+             ignored, [&](std::vector<std::string> const& row) {
+               columns.push_back({row[0], row[1], row[2], row[3], row[4], row[5]});
+             });
+  return columns;
+}
+
+std::string QuoteName(std::string const& inName) {
+  std::string quoted = "\"";
+  for (char const unit : inName) quoted.append(unit == '"' ? 2 : 1, unit);
+  return quoted += '"';
+}
+
+Catalog ReadCatalog(duckdb_connection inConnection, CatalogColumns const& inColumns,
+                    bool inMacros) {
   Catalog catalog;
+  for (CatalogColumn const& column : inColumns) {
+    catalog.emplace("column " + column.mSchema + "." + column.mTable + "." + column.mName,
+                    column.mLike);
+  }
   for (char const* const query : kCatalogQueries) {
     if (!IsAsked(query, inMacros)) continue;
     ForEachPair(
@@ -103,17 +123,24 @@ Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy) {
   return missing;
 }
 
-Statements ReadComments(duckdb_connection inConnection, bool inMacros) {
+Statements ReadComments(duckdb_connection inConnection, CatalogColumns const& inColumns,
+                        bool inMacros) {
   Statements statements;
+  auto const add = [&](std::string const& place, std::string const& comment) {
+    std::string quoted = "'";
+    for (char const unit : comment) quoted.append(unit == '\'' ? 2 : 1, unit);
+    statements.push_back(place + " IS " + quoted + "'");
+  };
+  for (CatalogColumn const& column : inColumns) {
+    if (column.mComment.empty()) continue;
+    add("COMMENT ON COLUMN " + QuoteName(column.mSchema) + "." + QuoteName(column.mTable) + "." +
+            QuoteName(column.mName),
+        column.mComment);
+  }
   for (char const* const query : kCommentQueries) {
     if (!IsAsked(query, inMacros)) continue;
-    std::string const sql = WithQuotedNames(query) + kOfDatabase + " AND comment IS NOT NULL";
-    ForEachPair(inConnection, sql, [&](std::string const& place, std::string const& comment) {
-      std::string quoted = "'";
-      for (char const unit : comment) quoted.append(unit == '\'' ? 2 : 1, unit);
-      quoted += '\'';
-      statements.push_back(place + " IS " + quoted);
-    });
+    ForEachPair(inConnection, WithQuotedNames(query) + kOfDatabase + " AND comment IS NOT NULL",
+                add);
   }
   return statements;
 }

@@ -46,14 +46,16 @@ struct Trial {
 // The source, and what it held before the export.
 struct Source {
   duckdb_connection mConnection;
+  CatalogColumns mColumns;
   Catalog mBefore;
   DelicateTables mDelicate;
   Checksums mSums;
 
   explicit Source(duckdb_connection inConnection)
       : mConnection(inConnection),
-        mBefore(ReadCatalog(inConnection, false)),
-        mDelicate(ReadDelicateTables(inConnection)),
+        mColumns(ReadColumns(inConnection)),
+        mBefore(ReadCatalog(inConnection, mColumns, false)),
+        mDelicate(FindDelicateTables(mColumns, mBefore)),
         mSums(ReadChecksums(inConnection, mDelicate)) {}
 };
 
@@ -66,10 +68,12 @@ std::string BuildExportSql(std::string const& inFolder) {
 // The first object that was in the source before the export and is in it still, but not in the
 // trial; empty when there is none. What came or went meanwhile may be in the backup or not.
 std::string FirstLost(Source const& inSource, Trial const& inTrial, bool inMacros) {
-  Catalog const copy = ReadCatalog(inTrial.mConnection.get(), inMacros);
+  duckdb_connection const trial = inTrial.mConnection.get();
+  Catalog const copy = ReadCatalog(trial, ReadColumns(trial), inMacros);
   Catalog const before = FindMissing(inSource.mBefore, copy);
   if (before.empty() && !inMacros) return {};
-  for (CatalogItem const& item : FindMissing(ReadCatalog(inSource.mConnection, inMacros), copy)) {
+  for (CatalogItem const& item : FindMissing(
+           ReadCatalog(inSource.mConnection, ReadColumns(inSource.mConnection), inMacros), copy)) {
     if (!item.first.starts_with("macro ") && !before.contains(item)) continue;
     return item.second.empty() ? item.first : item.first + " (" + item.second + ")";
   }
@@ -83,7 +87,7 @@ std::string MakeSchemaWork(Source const& inSource, Trial const& inTrial,
   bool const macros = written.find("CREATE MACRO") != std::string::npos;
   Statements pending =
       SplitStatements(QuoteEnumValues(written, ReadEnumValues(inSource.mConnection)));
-  for (std::string& comment : ReadComments(inSource.mConnection, macros)) {
+  for (std::string& comment : ReadComments(inSource.mConnection, inSource.mColumns, macros)) {
     pending.push_back(std::move(comment));
   }
   std::string error;

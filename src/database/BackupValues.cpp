@@ -1,19 +1,12 @@
 #include "database/BackupValues.h"
 
+#include <regex>
+
 #include "database/BackupQuery.h"
 
 namespace lumora {
 
 namespace {
-
-constexpr char const* kDelicateColumns = R"(
-SELECT CASE c.schema_name WHEN 'main' THEN '' ELSE c.schema_name || chr(0) END || c.table_name,
-  '"' || replace(c.schema_name, '"', '""') || '"."' || replace(c.table_name, '"', '""') || '"',
-  '"' || replace(c.column_name, '"', '""') || '"', c.data_type
-FROM duckdb_columns() c SEMI JOIN duckdb_tables() t USING (database_name, table_oid)
-WHERE c.database_name = current_database() AND NOT c.internal
-  AND regexp_matches(c.data_type, 'HUGEINT|INTERVAL|VARIANT|\[[0-9]+\]|(^|[^A-Z_])TIME WITH TIME ZONE')
-ORDER BY c.table_oid, c.column_index)";
 
 std::string ChecksumSql(std::string const& inSource, DelicateTable const& inTable) {
   std::string values;
@@ -80,15 +73,20 @@ std::string LoadedChecksum(duckdb_connection inTrial, std::string const& inCopy,
 
 }  // namespace
 
-DelicateTables ReadDelicateTables(duckdb_connection inConnection) {
+DelicateTables FindDelicateTables(CatalogColumns const& inColumns, Catalog const& inCatalog) {
+  static std::regex const delicate(
+      R"(HUGEINT|INTERVAL|VARIANT|\[[0-9]+\]|(^|[^A-Z_])TIME WITH TIME ZONE)");
   DelicateTables tables;
-  std::string ignored;
-  ForEachRow(inConnection, kDelicateColumns, ignored, [&](std::vector<std::string> const& row) {
-    DelicateTable& table = tables[row[0]];
-    table.mName = row[1];
-    table.mColumns.push_back(row[2]);
-    table.mTypes.push_back(row[3]);
-  });
+  for (CatalogColumn const& column : inColumns) {
+    bool const isTable = inCatalog.contains({"table " + column.mSchema + "." + column.mTable, ""});
+    if (!isTable || !std::regex_search(column.mType, delicate)) continue;
+    std::string const key =
+        column.mSchema == "main" ? column.mTable : column.mSchema + '\0' + column.mTable;
+    DelicateTable& table = tables[key];
+    table.mName = QuoteName(column.mSchema) + "." + QuoteName(column.mTable);
+    table.mColumns.push_back(QuoteName(column.mName));
+    table.mTypes.push_back(column.mType);
+  }
   return tables;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "database/BackupCatalog.h"
 #include "database/BackupScript.h"
 
 // Values that DuckDB does not write to Parquet as they are, or cannot load from there: INTERVAL
@@ -23,7 +24,7 @@ struct DelicateTable {
 
 // By the name as of CopiedTable.
 using DelicateTables = std::map<std::string, DelicateTable>;
-DelicateTables ReadDelicateTables(duckdb_connection inConnection);
+DelicateTables FindDelicateTables(CatalogColumns const& inColumns, Catalog const& inCatalog);
 
 // Row count and checksum of the delicate columns of each table; a text for one that cannot be read.
 using Checksums = std::map<std::string, std::string>;

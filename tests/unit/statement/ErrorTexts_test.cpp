@@ -33,7 +33,7 @@ bool IsNoMessage(std::string const& inText) {
   static std::regex const sql(
       "(SELECT|SET|RESET|CREATE|INSERT|CAST|EXPORT|IMPORT|ATTACH|DETACH|USE|ROLLBACK|BEGIN|COMMIT|"
       "FROM|AS|WHERE|LIMIT|AND|COPY|VALUES|WITH|ALTER|DROP|DELETE|READ_ONLY|TIME|TIMESTAMP|MAP|"
-      "STORAGE_VERSION|BLOCK_SIZE|FORMAT|PRAGMA|CALL)\\b.*");
+      "STORAGE_VERSION|BLOCK_SIZE|FORMAT|PRAGMA|CALL|COMMENT)\\b.*");
   static std::regex const described("uri[ ,].*|(Reads|Returns) .*");
   return std::regex_match(inText, sql) || std::regex_match(inText, described);
 }
