@@ -1,8 +1,32 @@
 #include <gmock/gmock.h>
 
+#include <cstdio>
+#include <exception>
 #include <string>
 
 #include "support/ChildProcess.h"
+#include "tarn/Converter.h"
+#include "tarn/Exceptions.h"
+
+namespace {
+
+// The framework calls a host exception that leaves a test unknown. It reports from within its
+// handler, so the exception can still be asked.
+class HostExceptions : public testing::EmptyTestEventListener {
+  void OnTestPartResult(testing::TestPartResult const& inResult) override {
+    if (!inResult.failed() || !std::current_exception()) return;
+    try {
+      std::rethrow_exception(std::current_exception());
+    } catch (tarn::xException const& exception) {
+      std::string const message =
+          tarn::StFromUTF16(exception.get_Message(), tarn::GetConverter_UTF8());
+      std::printf("%s 0x%X: %s\n", exception.get_Name(), exception.get_Code(), message.c_str());
+    } catch (...) {
+    }
+  }
+};
+
+}  // namespace
 
 // The tests of an executable, or one job in a child process of it.
 int main(int inCount, char** inArguments) {
@@ -10,5 +34,6 @@ int main(int inCount, char** inArguments) {
     return lumora::test::ChildJob::Run(inArguments[2], {inArguments + 3, inArguments + inCount});
   }
   testing::InitGoogleMock(&inCount, inArguments);
+  testing::UnitTest::GetInstance()->listeners().Append(new HostExceptions);
   return RUN_ALL_TESTS();
 }
