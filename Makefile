@@ -3,7 +3,7 @@ root := $(patsubst %/,%,$(dir $(abspath $(lastword $(MAKEFILE_LIST)))))
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
-SOAK_SECONDS ?= 600
+SOAK_ROUNDS ?= 2000
 
 SHELL := /bin/bash
 .SHELLFLAGS := -euo pipefail -c
@@ -18,7 +18,7 @@ fixed_addresses := $(shell [ "$$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || e
 	! setarch -R true 2>/dev/null || echo setarch -R)
 
 build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
-ctest_with = cd '$(root)' && $(fixed_addresses) ctest --preset $(1) -j $(JOBS) $(2)
+ctest_with = cd '$(root)' && $(fixed_addresses) ctest --preset $(1) -j $(JOBS) -LE kill $(2)
 
 .PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage package install clean
 
@@ -88,10 +88,10 @@ bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 	@$(call build_with,release,--target product benchmarks)
 	@'$(root)/scripts/bench.sh'
 
-# The soak is a stress test that runs for as long as LUMORA_SOAK_SECONDS says; in the suites it is short.
-soak: setup $(root)/build/release/build.ninja ## mixed operations from many threads for SOAK_SECONDS
-	@$(call build_with,release)
-	@LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) '$(root)/build/release/tests/stress_soak'
+# SOAK_ROUNDS processes are killed while they commit.
+soak: setup $(root)/build/release/build.ninja ## a committing process is killed SOAK_ROUNDS times
+	@$(call build_with,release,--target stress_database_crash)
+	@LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) '$(root)/build/release/tests/stress_database_crash'
 
 coverage: $(root)/build/coverage/build.ninja ## lines and branches that the suites reach
 	@'$(root)/scripts/setup.sh' --group coverage
