@@ -4,6 +4,8 @@ JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 SOAK_ROUNDS ?= 2000
+SOAK_SECONDS ?= 600
+SOAK_OPERATIONS ?= 1000000
 
 SHELL := /bin/bash
 .SHELLFLAGS := -euo pipefail -c
@@ -88,10 +90,17 @@ bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 	@$(call build_with,release,--target product benchmarks)
 	@'$(root)/scripts/bench.sh'
 
-# SOAK_ROUNDS processes are killed while they commit.
-soak: setup $(root)/build/release/build.ninja ## a committing process is killed SOAK_ROUNDS times
-	@$(call build_with,release,--target stress_database_crash)
-	@LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) '$(root)/build/release/tests/stress_database_crash'
+# What is too long for `test`, one executable a line: kills go SOAK_ROUNDS rounds.
+soak_suites := \
+	stress_database_crash
+
+soak: setup $(root)/build/release/build.ninja ## the long suites: kills at random moments
+	@$(call build_with,release,--target $(soak_suites))
+	@for suite in $(soak_suites); do \
+	    echo "== $$suite"; \
+	    LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) LUMORA_SOAK_OPERATIONS=$(SOAK_OPERATIONS) \
+	        '$(root)/build/release/tests/'$$suite; \
+	done
 
 coverage: $(root)/build/coverage/build.ninja ## lines and branches that the suites reach
 	@'$(root)/scripts/setup.sh' --group coverage
