@@ -233,12 +233,14 @@ char* FormatUuid(duckdb_hugeint inValue, char* outText) noexcept {
   return outText;
 }
 
-char* FormatDecimal(duckdb_hugeint inValue, std::uint8_t inScale, char* outText) noexcept {
+char* FormatDecimal(duckdb_hugeint inValue, std::uint8_t inWidth, std::uint8_t inScale,
+                    char* outText) noexcept {
   UInt128 power = 1;
   for (int i = 0; i < inScale; ++i) power *= 10;
   UInt128 const magnitude = Magnitude(inValue);
   if (inValue.upper < 0) *outText++ = '-';
-  outText = PutUnsigned128(outText, magnitude / power);
+  UInt128 const whole = magnitude / power;
+  if (inWidth > inScale || whole != 0) outText = PutUnsigned128(outText, whole);
   if (inScale == 0) return outText;
   *outText++ = '.';
   UInt128 rest = magnitude % power;

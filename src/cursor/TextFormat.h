@@ -31,7 +31,9 @@ char* FormatUhugeint(duckdb_uhugeint inValue, char* outText) noexcept;
 // inValue: as it stands in a vector, with the highest bit flipped.
 char* FormatUuid(duckdb_hugeint inValue, char* outText) noexcept;
 
-// inScale: digits behind the point.
-char* FormatDecimal(duckdb_hugeint inValue, std::uint8_t inScale, char* outText) noexcept;
+// inWidth: digits at most; inScale: digits behind the point. Where these are all of them, nothing
+// stands before the point (".5").
+char* FormatDecimal(duckdb_hugeint inValue, std::uint8_t inWidth, std::uint8_t inScale,
+                    char* outText) noexcept;
 
 }  // namespace lumora::text_format

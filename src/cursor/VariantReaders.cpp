@@ -3,6 +3,7 @@
 #include "cursor/ColumnReader.h"
 #include "cursor/TextFormat.h"
 #include "cursor/VariantEnvelope.h"
+#include "duckdb_c/JsonText.h"
 
 // Reads VARIANT cells from the bytes of their vector: typed values where the host has a kind, else
 // the envelope with DuckDB's text, written here where the bits allow it.
@@ -71,8 +72,8 @@ char* FormatInt8(std::int8_t inValue, char* outText) noexcept {
 
 NewValue Decimal(ColumnData&, idx_t, VariantCell const& inCell) {
   char text[text_format::kTextCapacity];
-  char const* const end =
-      text_format::FormatDecimal(duckdb_c::GetVariantDecimal(inCell), inCell.mScale, text);
+  char const* const end = text_format::FormatDecimal(duckdb_c::GetVariantDecimal(inCell),
+                                                     inCell.mWidth, inCell.mScale, text);
   return Envelope(inCell, std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
@@ -80,7 +81,7 @@ NewValue Json(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
   if (!Render(ioColumn, duckdb_c::Rendering::kJson, inRow)) {
     return ByDefinition(ioColumn, inRow, inCell);
   }
-  return Envelope(inCell, ioColumn.mText.get_Text(inRow));
+  return Envelope(inCell, duckdb_c::WithWholeNumbers(ioColumn.mText.get_Text(inRow)));
 }
 
 // By variant type code.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "duckdb_c/ColumnText.h"
+#include "duckdb_c/JsonText.h"
 #include "duckdb_c/Types.h"
 #include "duckdb_c/Values.h"
 #include "duckdb_c/VariantReader.h"
@@ -105,7 +106,7 @@ constexpr std::array<MakeChild, kVariantCodeCount> kChildren = {
 ValueHandle MakeJsonText(duckdb_vector inVector) {
   const ColumnText text = RenderColumn(inVector, 1, Rendering::kJson);
   if (!text || text.IsNull(0)) return {};
-  const std::string_view json = text.get_Text(0);
+  const std::string json = WithWholeNumbers(text.get_Text(0));
   return ValueHandle(duckdb_create_varchar_length(json.data(), json.size()));
 }
 

@@ -54,9 +54,10 @@ TEST(TextFormat, WritesTheLeastOfEveryNumberWithoutOverflow) {
 
 TEST(TextFormat, PutsThePointOfADecimalWhereTheScaleSays) {
   char text[kTextCapacity];
-  auto const decimal = [&text](std::int64_t inValue, std::uint8_t inScale) {
+  auto const decimal = [&text](std::int64_t inValue, std::uint8_t inScale,
+                               std::uint8_t inWidth = 38) {
     duckdb_hugeint const wide = {static_cast<std::uint64_t>(inValue), inValue < 0 ? -1 : 0};
-    char const* const end = FormatDecimal(wide, inScale, text);
+    char const* const end = FormatDecimal(wide, inWidth, inScale, text);
     return std::string(static_cast<char const*>(text), end);
   };
   EXPECT_EQ(decimal(0, 0), "0");
@@ -64,7 +65,9 @@ TEST(TextFormat, PutsThePointOfADecimalWhereTheScaleSays) {
   EXPECT_EQ(decimal(-1, 3), "-0.001");
   EXPECT_EQ(decimal(-12345, 3), "-12.345");
   EXPECT_EQ(decimal(12345, 0), "12345");
-  EXPECT_EQ(decimal(5, 38), "0." + std::string(37, '0') + "5");
+  EXPECT_EQ(decimal(5, 37), "0." + std::string(36, '0') + "5");
+  EXPECT_EQ(decimal(-5, 1, 1), "-.5");
+  EXPECT_EQ(decimal(5, 38), "." + std::string(37, '0') + "5");
 }
 
 }  // namespace
