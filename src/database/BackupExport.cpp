@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "database/BackupCatalog.h"
+#include "database/BackupMark.h"
 #include "database/BackupScript.h"
 #include "database/BackupValues.h"
 #include "database/DatabaseErrors.h"
@@ -138,7 +139,9 @@ std::string ExportDatabase(duckdb_connection inConnection, std::string const& in
   std::string error;
   if (!Run(inConnection, BuildExportSql(inFolder), error)) return error;
   try {
-    return MakeRestorable(source, inFolder);
+    error = MakeRestorable(source, inFolder);
+    EndBackup(inFolder);
+    return error;
   } catch (tarn::xException const& failure) {
     return Incomplete(ToUtf8(failure.get_Message()));
   }

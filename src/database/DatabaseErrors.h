@@ -18,8 +18,8 @@ inline constexpr char const kInUse[] = "Can not be dropped. {} connections are a
 inline constexpr char const kInUseBy[] = "Can not be dropped. It is in use by {}.";
 inline constexpr char const* kIsFolder = "Can not be dropped. It is a folder.";
 inline constexpr char const* kIsNoFile = "Can not be dropped. It is not a regular file.";
-inline constexpr char const* kNoBackupFolder =
-    "DuckDBDatabase backup folder is not available";
+inline constexpr char const* kNoBackupFolder = "DuckDBDatabase backup folder is not available";
+inline constexpr char const* kUnfinishedBackup = "The backup was cut short and cannot be restored";
 inline constexpr char const* kNoFile = "File does not exist";
 inline constexpr char const* kNoConfig = "Failed to create DuckDB config";
 inline constexpr char const* kNoConnection = "Failed to create DuckDB connection";

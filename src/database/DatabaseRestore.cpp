@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "database/BackupMark.h"
 #include "database/BackupScript.h"
 #include "database/DatabaseErrors.h"
 #include "database/DatabaseRemoval.h"
@@ -138,6 +139,7 @@ void NamingTarget(tarn::String const& inPath, TWork const& inWork) {
 }  // namespace
 
 void ImportBackup(tarn::lsql::I_DuckDBDatabase& inDatabase, std::string const& inFolder) {
+  if (IsUnfinishedBackup(inFolder)) ThrowDuckDBError(inDatabase.get_Path(), kUnfinishedBackup);
   if (IsEmptyBackup(inFolder)) return;
   tarn::String sql(TARN_W("IMPORT DATABASE '"));
   sql += tarn::EscapeStringU(ToHostText(inFolder).c_str(), '\'');

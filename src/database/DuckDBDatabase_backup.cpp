@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "database/BackupExport.h"
+#include "database/BackupMark.h"
 #include "database/DatabaseErrors.h"
 #include "database/DuckDBDatabase.h"
 #include "duckdb_c/EngineLockGuard.h"
@@ -28,9 +29,11 @@ smart_ptr<I_Folder> FolderOf(smart_ptr<I_Location> const& inLocation) {
   return query_interface<I_Folder>(inLocation.get(), kIID_Folder);
 }
 
-// The host's hook may or may not have made the folder.
+// The host's hook may or may not have made the folder. A marker that is there means a backup, so
+// the sign that it is not finished is there first.
 void WriteMarker(smart_ptr<I_Location> const& inBackup, String const& inDatabaseName) {
   if (auto const folder = FolderOf(inBackup)) folder->Create();
+  lumora::BeginBackup(ToUtf8(inBackup->get_Path()));
   String name = inDatabaseName;
   name += ".";
   name += glDuckDB_backup_sfx;

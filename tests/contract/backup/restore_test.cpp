@@ -118,6 +118,37 @@ TEST_F(RestoreDatabase, ThatFailsKeepsTheOldDatabase) {
   EXPECT_THAT(mFolder.Names(), UnorderedElementsAre("a.db", "backups"));
 }
 
+// DuckDB would import this one without an error, and the table would be empty.
+TEST_F(RestoreDatabase, RefusesABackupThatWasCutShort) {
+  std::string const backup = BackupOf("a.db", 7);
+  std::ofstream(backup + "/load.sql").close();
+  std::ofstream(backup + "/unfinished").close();
+  for (char const* const target : {"a.db", "new.db"}) {
+    EXPECT_EQ(ThrownByRestore(target, backup),
+              DuckDBError(target, "The backup was cut short and cannot be restored"));
+  }
+  EXPECT_EQ(ValueIn("a.db"), 7);
+  EXPECT_THAT(mFolder.Names(), UnorderedElementsAre("a.db", "backups"));
+}
+
+TEST_F(RestoreDatabase, RefusesWhatAFailedExportLeft) {
+  Database const database = Created("a.db");
+  Run(database, "CREATE TABLE t AS SELECT range AS a FROM range(9)");
+  auto folder = LocationAt("backups");
+  fs::create_directory(mFolder.At("backups"));
+  tarn::lsql::gCreateBackupLocation = [](tarn::smart_ptr<tarn::I_Location> inFolder) {
+    auto const backup = tarn::PrepareFolder(std::move(inFolder), "one/");
+    // The place of a table's file is taken.
+    fs::create_directories(fs::path(Utf8(backup->get_Path())) / "t.parquet" / "x");
+    return backup;
+  };
+  EXPECT_THAT(ThrownBy([&] { database->Backup(folder); }).mText2, HasSubstr("t.parquet"));
+  database->Close();
+  EXPECT_EQ(ThrownByRestore("new.db", mFolder.At("backups/one")),
+            DuckDBError("new.db", "The backup was cut short and cannot be restored"));
+  EXPECT_THAT(mFolder.Names(), UnorderedElementsAre("a.db", "backups"));
+}
+
 TEST_F(RestoreDatabase, IsRefusedWhileTheTargetIsOpen) {
   std::string const backup = BackupOf("a.db", 7);
   Database const user = Opened("a.db");
