@@ -92,13 +92,15 @@ bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 
 # What is too long for `test`, one executable a line: kills go SOAK_ROUNDS rounds.
 soak_suites := \
-	stress_database_crash
+	stress_database_crash \
+	stress_backup_crash \
+	stress_restore_crash
 
 soak: setup $(root)/build/release/build.ninja ## the long suites: kills at random moments
 	@$(call build_with,release,--target $(soak_suites))
 	@for suite in $(soak_suites); do \
 	    echo "== $$suite"; \
-	    LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) LUMORA_SOAK_OPERATIONS=$(SOAK_OPERATIONS) \
+	    LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) LUMORA_TEST_KILL=anywhere LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) LUMORA_SOAK_OPERATIONS=$(SOAK_OPERATIONS) \
 	        '$(root)/build/release/tests/'$$suite; \
 	done
 

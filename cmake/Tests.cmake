@@ -109,10 +109,6 @@ lumora_glob(_sources tests/stress/*.cpp)
 foreach(_source IN LISTS _sources)
     get_filename_component(_name "${_source}" NAME_WE)
     lumora_test(stress_${_name} stress 1800 LIBRARIES ${LUMORA_ROOMS} SOURCES "${_source}")
-    # Killing a committing process belongs to the soak: see "Durability" in docs/limits.md.
-    if(_name STREQUAL "database_crash")
-        set_property(TEST stress_${_name} APPEND PROPERTY LABELS kill)
-    endif()
 endforeach()
 
 # --- consumer: the project of docs/embedding.md against an installation -----------------------------------

@@ -7,8 +7,8 @@
 #include <set>
 #include <string>
 
-#include "support/ChildProcess.h"
 #include "support/DatabaseTest.h"
+#include "support/Killing.h"
 #include "support/Rounds.h"
 #include "support/Seed.h"
 
@@ -77,7 +77,7 @@ class DatabaseCrash : public DatabaseTest {
     int const more = static_cast<int>(mRandom() % 12);
     for (int i = 0; i < more; ++i) lines.push_back(child.ReadLine());
     usleep(static_cast<useconds_t>(mRandom() % 4000));
-    child.Kill();
+    KillAtSomeMoment(child);
     ChildResult const result = child.Wait();
     EXPECT_NE(result.mSignal, 0) << result.mOutput;
     std::string line;
@@ -92,7 +92,10 @@ class DatabaseCrash : public DatabaseTest {
     return lines;
   }
 
+  void TearDown() override { std::printf("%d torn blocks\n", mTornBlocks); }
+
   std::mt19937_64 mRandom{get_Seed("DatabaseCrash")};
+  int mTornBlocks = 0;
 };
 
 TEST_F(DatabaseCrash, LosesNoAcknowledgedCommitAndLeavesNoneByHalves) {
@@ -106,7 +109,7 @@ TEST_F(DatabaseCrash, LosesNoAcknowledgedCommitAndLeavesNoneByHalves) {
              "commit", {mFolder.At("a.db"), std::to_string(number), std::to_string(commits)})) {
       if (!line.empty()) acknowledged.insert(std::stoi(line));
     }
-    Database const database = Opened("a.db");
+    Database const database = OpenAfterKill(mFolder.At("a.db"), mTornBlocks);
     ASSERT_FALSE(database->get_IsReadOnly());
     ASSERT_EQ(Number(database, "SELECT count(*) FROM (FROM t GROUP BY a HAVING count(*) <> 2)"), 0);
     std::string wanted;
@@ -128,13 +131,13 @@ TEST_F(DatabaseCrash, InCreateOrDropLeavesAWholeDatabaseOrNone) {
   int none = 0;
   for (int kill = 0; kill < kills; ++kill) {
     std::string const last = KillSomewhere("create-and-drop", {mFolder.At("b.db")}).back();
-    Database const database = At("b.db");
+    Database database = At("b.db");
     if (!database->get_Exists()) {
       ++none;
       EXPECT_NE(last, "1") << "the commit was acknowledged";
     } else {
       ++whole;
-      database->Open();
+      database = OpenAfterKill(mFolder.At("b.db"), mTornBlocks);
       std::int64_t const tables = Number(database, "SELECT count(*) FROM duckdb_tables()");
       if (last == "1" || last == "drop") {
         ASSERT_EQ(tables, 1);

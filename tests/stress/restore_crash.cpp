@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "support/BackupTest.h"
-#include "support/ChildProcess.h"
+#include "support/Killing.h"
 #include "support/Rounds.h"
 #include "support/Seed.h"
 
@@ -50,6 +50,7 @@ TEST_F(KilledRestore, LeavesTheWholeOldOrTheWholeNewDatabase) {
   ASSERT_EQ(RunChild("crash-restore", {mFolder.At("probe.db"), backup}).mExitCode, 0);
   Milliseconds const whole = std::chrono::steady_clock::now() - start;
   int olds = 0;
+  int torn = 0;
   int const rounds = Rounds(100, 20);
   for (int i = 0; i < rounds; ++i) {
     Run(Created("a.db"), "CREATE TABLE t AS SELECT 1 AS a");
@@ -58,9 +59,9 @@ TEST_F(KilledRestore, LeavesTheWholeOldOrTheWholeNewDatabase) {
     ChildProcess child("crash-restore", {mFolder.At("a.db"), backup});
     ASSERT_EQ(child.ReadLine(), "begin");
     std::this_thread::sleep_for(std::uniform_real_distribution<>(0, 1)(random) * whole);
-    child.Kill();
+    KillAtSomeMoment(child);
     child.Wait();
-    Database const database = Opened("a.db");
+    Database const database = OpenAfterKill(mFolder.At("a.db"), torn);
     std::int64_t const rows = Number(database, "SELECT count(*) FROM t");
     std::int64_t const sum = Number(database, "SELECT sum(a) FROM t");
     bool const isNew = rows == kNew;
@@ -71,6 +72,7 @@ TEST_F(KilledRestore, LeavesTheWholeOldOrTheWholeNewDatabase) {
   }
   EXPECT_GT(olds, 0);
   EXPECT_LT(olds, rounds);
+  std::printf("%d old databases, %d new ones, %d torn blocks\n", olds, rounds - olds, torn);
 }
 
 }  // namespace

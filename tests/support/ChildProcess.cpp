@@ -75,6 +75,13 @@ std::string ChildProcess::ReadLine() {
 
 void ChildProcess::Kill() { kill(mProcess, SIGKILL); }
 
+void ChildProcess::KillBetweenCalls() {
+  kill(mProcess, SIGSTOP);
+  siginfo_t information{};
+  waitid(P_PID, static_cast<id_t>(mProcess), &information, WSTOPPED | WEXITED | WNOWAIT);
+  Kill();
+}
+
 ChildResult ChildProcess::Wait() {
   char bytes[4096];
   for (ssize_t count; (count = read(mOutput, bytes, sizeof bytes)) > 0;) {

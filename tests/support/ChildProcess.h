@@ -37,7 +37,10 @@ class ChildProcess {
   int get_ProcessId() const { return mProcess; }
   // The next line of its standard output, without the end of line; empty at its end.
   std::string ReadLine();
-  void Kill();         // SIGKILL
+  void Kill();  // SIGKILL, which may end it in the middle of a write
+  // Stops it first. A signal that stops waits for the system calls that are under way, so the
+  // process dies between two of them, at whatever moment.
+  void KillBetweenCalls();
   ChildResult Wait();  // with the output that was not read
 
  private:

@@ -1,4 +1,6 @@
 // What other processes see of a file, and what this one sees of theirs.
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,6 +46,31 @@ int OpenPoorJob(Arguments const& inArguments) {
   return OpenJob(inArguments);
 }
 
+// True when the folder is on a disk that may not be written, for this process alone. It is so when
+// the process may have mounts of its own: as root, or where any user may be one in a space of
+// users.
+bool MakeFolderReadOnly(char const* inFolder) {
+  bool const mine = unshare(CLONE_NEWNS) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNS) == 0;
+  return mine && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount(inFolder, inFolder, nullptr, MS_BIND, nullptr) == 0 &&
+         mount(nullptr, inFolder, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+}
+
+constexpr int kNoMounts = 5;
+
+// FOLDER FILE: the same on a read-only disk. After that it tells what Create and Drop say there.
+int OpenOnReadOnlyDiskJob(Arguments const& inArguments) {
+  if (!MakeFolderReadOnly(inArguments.at(0).c_str())) return kNoMounts;
+  int const opened = OpenJob({inArguments.at(1)});
+  auto const database = LoadedExtension::Instance().Database(inArguments.at(1));
+  for (auto const operation :
+       {&tarn::lsql::I_DuckDBDatabase::Create, &tarn::lsql::I_DuckDBDatabase::Drop}) {
+    Thrown const thrown = ThrownBy([&] { (database.get()->*operation)(); });
+    std::printf("; %s %s", thrown.mClass.c_str(), thrown.mText2.c_str());
+  }
+  return opened;
+}
+
 // Opens, tells so, and keeps it until the process is killed.
 int HoldJob(Arguments const& inArguments) {
   auto const database = LoadedExtension::Instance().Database(inArguments.at(0));
@@ -56,8 +83,18 @@ int HoldJob(Arguments const& inArguments) {
   for (;;) pause();
 }
 
+// Commits a row and goes without closing, so that a log stays.
+int CommitAndDieJob(Arguments const& inArguments) {
+  auto const database = LoadedExtension::Instance().Database(inArguments.at(0));
+  database->Open();
+  database->ExecuteSQL(Wide("INSERT INTO t VALUES (2)"), nullptr);
+  _exit(0);
+}
+
 ChildJob const gOpenJob("open", OpenJob);
+ChildJob const gCommitAndDieJob("commit-and-die", CommitAndDieJob);
 ChildJob const gOpenPoorJob("open-poor", OpenPoorJob);
+ChildJob const gOpenOnReadOnlyDiskJob("open-on-read-only-disk", OpenOnReadOnlyDiskJob);
 ChildJob const gHoldJob("hold", HoldJob);
 
 class ForeignProcess : public DatabaseTest {
@@ -124,6 +161,28 @@ TEST_F(ForeignProcess, AFileWithoutWritePermissionOpensReadOnly) {
   fs::permissions(path, fs::perms(0444));
   fs::permissions(mFolder.get_Path(), fs::perms(0755));
   EXPECT_EQ(RunChild("open-poor", {path}).mOutput, "read-only 1");
+}
+
+TEST_F(ForeignProcess, AFileOnAReadOnlyDiskOpensReadOnlyWithItsLogAndStays) {
+  std::string const path = MakeFile("a.db");
+  ASSERT_EQ(RunChild("commit-and-die", {path}).mExitCode, 0);
+  ASSERT_THAT(mFolder.Names(), testing::UnorderedElementsAre("a.db", "a.db.wal"));
+  ChildResult const child = RunChild("open-on-read-only-disk", {mFolder.get_Path(), path});
+  if (child.mExitCode == kNoMounts) {
+    // No mounts here: a folder without rights is the nearest thing. It keeps the log from going.
+    std::printf("no mounts of its own: tried with permissions instead of a read-only disk\n");
+    for (char const* const name : {"a.db", "a.db.wal"})
+      fs::permissions(mFolder.At(name), fs::perms(0444));
+    fs::permissions(mFolder.get_Path(), fs::perms(0555));
+    EXPECT_EQ(RunChild("open-poor", {path}).mOutput, "read-only 2");
+    fs::permissions(mFolder.get_Path(), fs::perms(0755));
+  } else {
+    EXPECT_EQ(child.mExitCode, 0);
+    EXPECT_THAT(child.mOutput, testing::StartsWith("read-only 2; xDuckDBError "));
+    EXPECT_THAT(child.mOutput,
+                testing::ContainsRegex("Read-only file system.*Read-only file system"));
+  }
+  EXPECT_EQ(Number(Opened("a.db"), "SELECT count(*) FROM t"), 2);
 }
 
 TEST_F(ForeignProcess, AFileWithoutReadPermissionIsDuckDbsError) {
