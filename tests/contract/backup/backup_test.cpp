@@ -1,12 +1,6 @@
-#include <csignal>
 #include <filesystem>
 
-#include <sys/resource.h>
-
-#include <cstdio>
-
 #include "support/BackupTest.h"
-#include "support/ChildProcess.h"
 
 namespace {
 
@@ -198,34 +192,6 @@ TEST_F(Backup, HoldsTheValuesOfWideIntegersAndArrays) {
     restored->Open();
     EXPECT_EQ(Fingerprint(restored), Fingerprint(database)) << value;
   }
-}
-
-// A full disk, as far as one file goes: the system refuses to let it grow.
-int FullDiskJob(Arguments const& inArguments) {
-  auto const database = LoadedExtension::Instance().Database(inArguments.at(0));
-  database->Open();
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit const limit{100000, RLIM_INFINITY};
-  setrlimit(RLIMIT_FSIZE, &limit);
-  auto folder = tarn::CreateLocation(Wide(inArguments.at(1)));
-  Thrown const thrown = ThrownBy([&] { database->Backup(folder); });
-  std::printf("%s 0x%x %s", thrown.mClass.c_str(), thrown.mCode, thrown.mText2.c_str());
-  auto const cursor = database->ExecuteQuery(Wide("SELECT count(*) FROM t"), 1, nullptr);
-  cursor->NextRecord();
-  return cursor->get_Value(0)->get_LLong() == 500000 ? 0 : 1;
-}
-
-ChildJob const gFullDiskJob("backup-full-disk", FullDiskJob);
-
-TEST_F(Backup, OnAFullDiskTellsDuckDBsTextAndHarmsNothing) {
-  Run(Created("a.db"), "CREATE TABLE t AS SELECT hash(range) AS a FROM range(500000)");
-  fs::create_directory(mFolder.At("backups"));
-  ChildResult const result =
-      RunChild("backup-full-disk", {mFolder.At("a.db"), mFolder.At("backups")});
-  EXPECT_EQ(result.mExitCode, 0);
-  EXPECT_THAT(result.mOutput, StartsWith("xDuckDBError 0x72501 "));
-  EXPECT_THAT(result.mOutput, HasSubstr("too large"));
-  EXPECT_EQ(Number(Opened("a.db"), "SELECT count(*) FROM t"), 500000);
 }
 
 }  // namespace
