@@ -16,6 +16,8 @@ foreach(_source IN LISTS _sources)
         set_tests_properties(${_target} PROPERTIES
             LABELS replay TIMEOUT 900 ENVIRONMENT "${LUMORA_TEST_ENVIRONMENT}")
     endif()
+    target_sources(${_target} PRIVATE "${CMAKE_SOURCE_DIR}/fuzz/support/end_of_process.cpp")
+    target_link_options(${_target} PRIVATE LINKER:--wrap=LLVMFuzzerTestOneInput)
     add_dependencies(fuzzers ${_target})
     foreach(_used IN ITEMS lumora_duckdb lumora)
         if(TARGET ${_used})

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <string_view>
 
 #include "database/BackupQuery.h"
 
@@ -11,60 +10,48 @@ namespace lumora {
 
 namespace {
 
-// Each gives (name for a user, what it is like) and ends in a WHERE to which the database is added.
+struct KindQuery {
+  CatalogKind mKind;
+  // Gives (kind, name for a user, what it is like, COMMENT ON what, comment) and ends in a WHERE to
+  // which the database is added. q(name) stands for the SQL that quotes the name.
+  char const* mSql;
+};
+
 // Views are told by their columns and not by their text, which DuckDB may write in another way.
-constexpr std::array kCatalogQueries = {
-    R"(SELECT 'schema ' || schema_name, '' FROM duckdb_schemas() WHERE NOT internal)",
-    R"(SELECT 'table ' || schema_name || '.' || table_name, '' FROM duckdb_tables()
-       WHERE NOT internal AND NOT temporary)",
-    R"(SELECT 'constraint of table ' || schema_name || '.' || table_name,
+constexpr std::array kKindQueries = {
+    KindQuery{kSchemas, R"('schema ' || schema_name, '', '', NULL
+       FROM duckdb_schemas() WHERE NOT internal)"},
+    KindQuery{kTables, R"('table ' || schema_name || '.' || table_name, '',
+       'TABLE ' || q(schema_name) || '.' || q(table_name), comment
+       FROM duckdb_tables() WHERE NOT internal AND NOT temporary)"},
+    KindQuery{kConstraints, R"('constraint of table ' || schema_name || '.' || table_name,
        concat_ws(' ', constraint_type, expression, constraint_column_names, referenced_table,
-       referenced_column_names) FROM duckdb_constraints() WHERE true)",
-    R"(SELECT 'view ' || schema_name || '.' || view_name, '' FROM duckdb_views()
-       WHERE NOT internal AND NOT temporary)",
-    R"(SELECT 'index ' || schema_name || '.' || index_name,
-       concat_ws(' ', table_name, is_unique, expressions) FROM duckdb_indexes() WHERE true)",
-    R"(SELECT 'sequence ' || schema_name || '.' || sequence_name,
-       concat_ws(' ', increment_by, min_value, max_value, cycle) FROM duckdb_sequences()
-       WHERE NOT temporary)",
-    R"(SELECT 'macro ' || schema_name || '.' || function_name,
-       concat_ws(' ', function_type, parameters) FROM duckdb_functions()
-       WHERE NOT internal AND function_type IN ('macro', 'table_macro'))",
-    R"(SELECT 'type ' || schema_name || '.' || type_name, concat_ws(' ', logical_type, labels)
-       FROM duckdb_types() WHERE NOT internal)",
-};
-
-// Each gives (COMMENT ON what, comment); q(name) stands for the SQL that quotes the name.
-constexpr std::array kCommentQueries = {
-    R"(SELECT 'COMMENT ON TABLE ' || q(schema_name) || '.' || q(table_name), comment
-       FROM duckdb_tables() WHERE NOT internal AND NOT temporary)",
-    R"(SELECT 'COMMENT ON VIEW ' || q(schema_name) || '.' || q(view_name), comment
-       FROM duckdb_views() WHERE NOT internal AND NOT temporary)",
-    R"(SELECT 'COMMENT ON INDEX ' || q(schema_name) || '.' || q(index_name), comment
-       FROM duckdb_indexes() WHERE true)",
-    R"(SELECT 'COMMENT ON SEQUENCE ' || q(schema_name) || '.' || q(sequence_name), comment
-       FROM duckdb_sequences() WHERE NOT temporary)",
-    R"(SELECT 'COMMENT ON TYPE ' || q(schema_name) || '.' || q(type_name), comment
-       FROM duckdb_types() WHERE NOT internal)",
-    R"(SELECT 'COMMENT ON MACRO ' || CASE function_type WHEN 'table_macro' THEN 'TABLE ' ELSE '' END
+       referenced_column_names), '', NULL FROM duckdb_constraints() WHERE true)"},
+    KindQuery{kViews, R"('view ' || schema_name || '.' || view_name, '',
+       'VIEW ' || q(schema_name) || '.' || q(view_name), comment
+       FROM duckdb_views() WHERE NOT internal AND NOT temporary)"},
+    KindQuery{kIndexes, R"('index ' || schema_name || '.' || index_name,
+       concat_ws(' ', table_name, is_unique, expressions),
+       'INDEX ' || q(schema_name) || '.' || q(index_name), comment
+       FROM duckdb_indexes() WHERE true)"},
+    KindQuery{kSequences, R"('sequence ' || schema_name || '.' || sequence_name,
+       concat_ws(' ', increment_by, min_value, max_value, cycle),
+       'SEQUENCE ' || q(schema_name) || '.' || q(sequence_name), comment
+       FROM duckdb_sequences() WHERE NOT temporary)"},
+    KindQuery{kTypes, R"('type ' || schema_name || '.' || type_name,
+       concat_ws(' ', logical_type, labels), 'TYPE ' || q(schema_name) || '.' || q(type_name),
+       comment FROM duckdb_types() WHERE NOT internal)"},
+    KindQuery{kMacros, R"('macro ' || schema_name || '.' || function_name,
+       concat_ws(' ', function_type, parameters),
+       'MACRO ' || CASE function_type WHEN 'table_macro' THEN 'TABLE ' ELSE '' END
        || q(schema_name) || '.' || q(function_name), comment FROM duckdb_functions()
-       WHERE NOT internal AND function_type IN ('macro', 'table_macro'))",
+       WHERE NOT internal AND function_type IN ('macro', 'table_macro'))"},
 };
-
-bool IsAsked(std::string_view inQuery, bool inMacros) {
-  return inMacros || inQuery.find("duckdb_functions") == inQuery.npos;
-}
 
 constexpr char const* kOfDatabase = " AND database_name = current_database()";
 constexpr char const* kQuoteName = R"('"' || replace($1, '"', '""') || '"')";
-
-// Calls inRow(first, second) for each row of a query of two texts.
-template <typename TRow>
-void ForEachPair(duckdb_connection inConnection, std::string const& inSql, TRow const& inRow) {
-  std::string ignored;
-  ForEachRow(inConnection, inSql, ignored,
-             [&](std::vector<std::string> const& row) { inRow(row[0], row[1]); });
-}
+constexpr char const* kStorageVersion =
+    "SELECT 0, tags['storage_version'], '', '', NULL FROM duckdb_databases() WHERE true";
 
 // Replaces q(name) by the SQL that quotes the name.
 std::string WithQuotedNames(std::string inSql) {
@@ -78,17 +65,60 @@ std::string WithQuotedNames(std::string inSql) {
   return inSql;
 }
 
+// One query for all kinds: planning several costs more than running them.
+std::string BuildObjectsSql(std::uint32_t inKinds) {
+  std::string sql = std::string("SELECT kind::VARCHAR, name, alike, place, remark FROM (") +
+                    kStorageVersion + kOfDatabase;
+  for (KindQuery const& query : kKindQueries) {
+    if (!(inKinds & query.mKind)) continue;
+    sql += " UNION ALL SELECT " + std::to_string(query.mKind) + ", " + WithQuotedNames(query.mSql) +
+           kOfDatabase;
+  }
+  return sql + ") AS objects(kind, name, alike, place, remark)";
+}
+
+std::string BuildComment(std::string const& inPlace, std::string const& inComment) {
+  std::string quoted = "'";
+  for (char const unit : inComment) quoted.append(unit == '\'' ? 2 : 1, unit);
+  return "COMMENT ON " + inPlace + " IS " + quoted + "'";
+}
+
+// "v1.5.0+" means that version's format; DuckDB takes it without the sign.
+std::string WithoutPlus(std::string ioVersion) {
+  while (ioVersion.ends_with('+')) ioVersion.pop_back();
+  return ioVersion;
+}
+
+// Calls inRow(first, second) for each row of a query of two texts.
+template <typename TRow>
+void ForEachPair(duckdb_connection inConnection, std::string const& inSql, TRow const& inRow) {
+  std::string ignored;
+  ForEachRow(inConnection, inSql, ignored,
+             [&](std::vector<std::string> const& row) { inRow(row[0], row[1]); });
+}
+
+void AddColumns(CatalogColumns const& inColumns, CatalogObjects& ioObjects) {
+  for (CatalogColumn const& column : inColumns) {
+    ioObjects.mItems.emplace("column " + column.mSchema + "." + column.mTable + "." + column.mName,
+                             column.mLike);
+    if (column.mComment.empty()) continue;
+    ioObjects.mComments.push_back(BuildComment("COLUMN " + QuoteName(column.mSchema) + "." +
+                                                   QuoteName(column.mTable) + "." +
+                                                   QuoteName(column.mName),
+                                               column.mComment));
+  }
+}
+
 }  // namespace
 
-CatalogColumns ReadColumns(duckdb_connection inConnection) {
+CatalogColumns ReadColumns(duckdb_connection inConnection, std::string& outError) {
   CatalogColumns columns;
-  std::string ignored;
   ForEachRow(inConnection,
              std::string(R"(SELECT schema_name, table_name, column_name, data_type,
                  concat_ws(' ', column_index, data_type, is_nullable, column_default), comment
                  FROM duckdb_columns() WHERE NOT internal)") +
                  kOfDatabase + " ORDER BY table_oid, column_index",
-             ignored, [&](std::vector<std::string> const& row) {
+             outError, [&](std::vector<std::string> const& row) {
                columns.push_back({row[0], row[1], row[2], row[3], row[4], row[5]});
              });
   return columns;
@@ -100,20 +130,23 @@ std::string QuoteName(std::string const& inName) {
   return quoted += '"';
 }
 
-Catalog ReadCatalog(duckdb_connection inConnection, CatalogColumns const& inColumns,
-                    bool inMacros) {
-  Catalog catalog;
-  for (CatalogColumn const& column : inColumns) {
-    catalog.emplace("column " + column.mSchema + "." + column.mTable + "." + column.mName,
-                    column.mLike);
+CatalogObjects ReadObjects(duckdb_connection inConnection, CatalogColumns const& inColumns,
+                           std::uint32_t inKinds) {
+  CatalogObjects objects;
+  auto const add = [&](std::vector<std::string> const& row) {
+    auto const kind = static_cast<std::uint32_t>(std::stoul(row[0]));
+    objects.mKinds |= kind;
+    if (kind == 0) {
+      objects.mStorageVersion = WithoutPlus(row[1]);
+      return;
+    }
+    objects.mItems.emplace(row[1], row[2]);
+    if (!row[4].empty()) objects.mComments.push_back(BuildComment(row[3], row[4]));
+  };
+  if (ForEachRow(inConnection, BuildObjectsSql(inKinds), objects.mError, add)) {
+    AddColumns(inColumns, objects);
   }
-  for (char const* const query : kCatalogQueries) {
-    if (!IsAsked(query, inMacros)) continue;
-    ForEachPair(
-        inConnection, std::string(query) + kOfDatabase,
-        [&](std::string const& name, std::string const& like) { catalog.emplace(name, like); });
-  }
-  return catalog;
+  return objects;
 }
 
 Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy) {
@@ -121,28 +154,6 @@ Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy) {
   std::set_difference(inSource.begin(), inSource.end(), inCopy.begin(), inCopy.end(),
                       std::inserter(missing, missing.end()));
   return missing;
-}
-
-Statements ReadComments(duckdb_connection inConnection, CatalogColumns const& inColumns,
-                        bool inMacros) {
-  Statements statements;
-  auto const add = [&](std::string const& place, std::string const& comment) {
-    std::string quoted = "'";
-    for (char const unit : comment) quoted.append(unit == '\'' ? 2 : 1, unit);
-    statements.push_back(place + " IS " + quoted + "'");
-  };
-  for (CatalogColumn const& column : inColumns) {
-    if (column.mComment.empty()) continue;
-    add("COMMENT ON COLUMN " + QuoteName(column.mSchema) + "." + QuoteName(column.mTable) + "." +
-            QuoteName(column.mName),
-        column.mComment);
-  }
-  for (char const* const query : kCommentQueries) {
-    if (!IsAsked(query, inMacros)) continue;
-    ForEachPair(inConnection, WithQuotedNames(query) + kOfDatabase + " AND comment IS NOT NULL",
-                add);
-  }
-  return statements;
 }
 
 std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
@@ -157,17 +168,6 @@ std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
   lists.reserve(types.size());
   for (auto& [type, values] : types) lists.push_back(std::move(values));
   return lists;
-}
-
-std::string ReadStorageVersion(duckdb_connection inConnection) {
-  std::string version;
-  ForEachPair(inConnection,
-              "SELECT tags['storage_version'], '' FROM duckdb_databases() "
-              "WHERE database_name = current_database()",
-              [&](std::string const& tag, std::string const&) { version = tag; });
-  // "v1.5.0+" means that version's format; DuckDB takes it without the sign.
-  while (version.ends_with('+')) version.pop_back();
-  return version;
 }
 
 std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection) {

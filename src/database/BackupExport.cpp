@@ -1,21 +1,22 @@
 #include "database/BackupExport.h"
 
-#include <memory>
+#include <algorithm>
+#include <iterator>
 
 #include "database/BackupCatalog.h"
 #include "database/BackupMark.h"
 #include "database/BackupScript.h"
 #include "database/BackupValues.h"
 #include "database/DatabaseErrors.h"
-#include "duckdb_c/DatabaseFile.h"
 #include "duckdb_c/Handles.h"
+#include "duckdb_c/ScratchDatabase.h"
 #include "tarn/Converter.h"
 #include "tarn/Exceptions.h"
 
 namespace lumora {
 
-using duckdb_c::ConnectionHandle;
 using duckdb_c::ResultHandle;
+using duckdb_c::ScratchDatabase;
 using duckdb_c::TextOr;
 
 namespace {
@@ -34,30 +35,23 @@ bool Run(duckdb_connection inConnection, std::string const& inSql, std::string& 
   return false;
 }
 
-// An empty private database. The connection goes before the database that it was made from.
-struct Trial {
-  std::shared_ptr<duckdb_c::OpenDatabase> mDatabase;
-  ConnectionHandle mConnection;
-
-  explicit Trial(std::string& outError) : mDatabase(duckdb_c::OpenDatabaseFile({}, outError)) {
-    if (mDatabase) mConnection = mDatabase->Connect();
-  }
-};
-
 // The source, and what it held before the export.
 struct Source {
   duckdb_connection mConnection;
+  std::string mError;  // DuckDB's text when it does not tell what it holds
   CatalogColumns mColumns;
-  Catalog mBefore;
+  CatalogObjects mBefore;
   DelicateTables mDelicate;
   Checksums mSums;
 
   explicit Source(duckdb_connection inConnection)
       : mConnection(inConnection),
-        mColumns(ReadColumns(inConnection)),
-        mBefore(ReadCatalog(inConnection, mColumns, false)),
-        mDelicate(FindDelicateTables(mColumns, mBefore)),
-        mSums(ReadChecksums(inConnection, mDelicate)) {}
+        mColumns(ReadColumns(inConnection, mError)),
+        mBefore(ReadObjects(inConnection, mColumns, kAllButMacros)),
+        mDelicate(FindDelicateTables(mColumns, mBefore.mItems)),
+        mSums(ReadChecksums(inConnection, mDelicate)) {
+    if (mError.empty()) mError = mBefore.mError;
+  }
 };
 
 std::string BuildExportSql(std::string const& inFolder) {
@@ -66,70 +60,91 @@ std::string BuildExportSql(std::string const& inFolder) {
          "' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, PARQUET_VERSION V2 )";
 }
 
+CatalogObjects ReadAll(duckdb_connection inConnection, std::uint32_t inKinds) {
+  std::string error;
+  CatalogColumns const columns = ReadColumns(inConnection, error);
+  CatalogObjects objects = ReadObjects(inConnection, columns, inKinds);
+  if (objects.mError.empty()) objects.mError = error;
+  return objects;
+}
+
 // The first object that was in the source before the export and is in it still, but not in the
 // trial; empty when there is none. What came or went meanwhile may be in the backup or not.
-std::string FirstLost(Source const& inSource, Trial const& inTrial, bool inMacros) {
-  duckdb_connection const trial = inTrial.mConnection.get();
-  Catalog const copy = ReadCatalog(trial, ReadColumns(trial), inMacros);
-  Catalog const before = FindMissing(inSource.mBefore, copy);
+std::string FirstLost(Source const& inSource, duckdb_connection inTrial, std::uint32_t inMacros) {
+  CatalogObjects const copy = ReadAll(inTrial, inSource.mBefore.mKinds | inMacros);
+  Catalog const before = FindMissing(inSource.mBefore.mItems, copy.mItems);
   if (before.empty() && !inMacros) return {};
-  for (CatalogItem const& item : FindMissing(
-           ReadCatalog(inSource.mConnection, ReadColumns(inSource.mConnection), inMacros), copy)) {
+  CatalogObjects const now = ReadAll(inSource.mConnection, kAllButMacros | inMacros);
+  for (CatalogItem const& item : FindMissing(now.mItems, copy.mItems)) {
     if (!item.first.starts_with("macro ") && !before.contains(item)) continue;
     return item.second.empty() ? item.first : item.first + " (" + item.second + ")";
   }
   return {};
 }
 
+// The statements of the schema script, and those that EXPORT leaves out. Macros are looked for
+// where the script has some; comments of other objects where there were some before the export.
+Statements CompleteSchema(Source const& inSource, std::string const& inScript,
+                          std::uint32_t inMacros) {
+  bool const hasEnums = inScript.find(" AS ENUM (") != std::string::npos;
+  Statements schema = SplitStatements(
+      hasEnums ? QuoteEnumValues(inScript, ReadEnumValues(inSource.mConnection)) : inScript);
+  if (!inMacros && inSource.mBefore.mComments.empty()) return schema;
+  CatalogObjects now =
+      ReadObjects(inSource.mConnection, inSource.mColumns, inSource.mBefore.mKinds | inMacros);
+  std::move(now.mComments.begin(), now.mComments.end(), std::back_inserter(schema));
+  return schema;
+}
+
 // Brings the schema script into an order that works, and the trial database to what it makes.
-std::string MakeSchemaWork(Source const& inSource, Trial const& inTrial,
-                           std::string const& inPath) {
-  std::string const written = ReadTextFile(inPath);
-  bool const macros = written.find("CREATE MACRO") != std::string::npos;
-  Statements pending =
-      SplitStatements(QuoteEnumValues(written, ReadEnumValues(inSource.mConnection)));
-  for (std::string& comment : ReadComments(inSource.mConnection, inSource.mColumns, macros)) {
-    pending.push_back(std::move(comment));
-  }
+std::string MakeSchemaWork(Source const& inSource, duckdb_connection inTrial,
+                           std::string const& inPath, std::string const& inScript) {
+  bool const hasMacros = inScript.find("CREATE MACRO") != std::string::npos;
+  std::uint32_t const macros = hasMacros ? kMacros : std::uint32_t{0};
+  Statements pending = CompleteSchema(inSource, inScript, macros);
   std::string error;
   Statements const done = RunInWorkingOrder(
       pending,
-      [&](std::string const& statement, std::string& why) {
-        return Run(inTrial.mConnection.get(), statement, why);
-      },
+      [&](std::string const& statement, std::string& why) { return Run(inTrial, statement, why); },
       error);
   if (!pending.empty()) return Incomplete(error);
-  ReplaceTextFile(
-      inPath, StorageVersionLine(ReadStorageVersion(inSource.mConnection)) + JoinStatements(done));
+  ReplaceTextFile(inPath,
+                  StorageVersionLine(inSource.mBefore.mStorageVersion) + JoinStatements(done));
   std::string const lost = FirstLost(inSource, inTrial, macros);
   return lost.empty() ? lost : Incomplete("DuckDB does not export " + lost + " as it is");
 }
 
 // Brings the loading script into an order that works. DuckDB only looks whether it could load each
 // file; what is in the files is compared where Parquet may not hold it.
-std::string MakeLoadingWork(Source const& inSource, Trial const& inTrial,
-                            std::string const& inPath) {
-  duckdb_connection const trial = inTrial.mConnection.get();
+std::string MakeLoadingWork(Source const& inSource, ScratchDatabase& ioTrial,
+                            std::string const& inPath, std::string const& inSchema) {
+  bool const hasForeignKeys = inSchema.find(" REFERENCES ") != std::string::npos;
   Statements const written = SplitStatements(ReadTextFile(inPath));
-  Statements const ordered = OrderCopies(written, ReadReferences(inSource.mConnection));
+  Statements const ordered =
+      hasForeignKeys ? OrderCopies(written, ReadReferences(inSource.mConnection)) : written;
   for (std::string const& copy : ordered) {
     duckdb_c::PreparedHandle prepared;
-    if (duckdb_prepare(trial, copy.c_str(), prepared.out()) == DuckDBSuccess) continue;
+    if (duckdb_prepare(ioTrial.get(), copy.c_str(), prepared.out()) == DuckDBSuccess) continue;
     return Incomplete(TextOr(duckdb_prepare_error(prepared.get()), kUnknownError));
   }
   if (ordered != written) ReplaceTextFile(inPath, JoinStatements(ordered));
-  std::string const why = CompareFiles(trial, ordered, inSource.mDelicate, inSource.mSums,
+  if (inSource.mDelicate.empty()) return {};
+  ioTrial.ExpectMuchWork();
+  std::string const why = CompareFiles(ioTrial.get(), ordered, inSource.mDelicate, inSource.mSums,
                                        ReadChecksums(inSource.mConnection, inSource.mDelicate));
   return why.empty() ? why : Incomplete(why);
 }
 
 std::string MakeRestorable(Source const& inSource, std::string const& inFolder) {
-  std::string error;
-  Trial const trial(error);
-  if (!trial.mConnection) return Incomplete(TextOr(error.c_str(), kUnknownError));
-  error = MakeSchemaWork(inSource, trial, inFolder + "/schema.sql");
+  std::string error = inSource.mError;
+  if (!error.empty()) return Incomplete(error);
+  ScratchDatabase trial(error);
+  if (!trial.get()) return Incomplete(error);
+  std::string const path = inFolder + "/schema.sql";
+  std::string const schema = ReadTextFile(path);
+  error = MakeSchemaWork(inSource, trial.get(), path, schema);
   if (!error.empty()) return error;
-  return MakeLoadingWork(inSource, trial, inFolder + "/load.sql");
+  return MakeLoadingWork(inSource, trial, inFolder + "/load.sql", schema);
 }
 
 }  // namespace

@@ -24,33 +24,12 @@ struct Pool {
   std::mutex mMutex;
   std::shared_ptr<PrivateInstance> mInstance;
   std::vector<std::unique_ptr<PrivateConnection>> mIdle;
-  bool mIsClosed = false;
-};
-
-void ClosePool() noexcept;
-
-// Closes the pool when the library goes.
-struct PoolCloser {
-  PoolCloser() = default;
-  PoolCloser(PoolCloser const&) = delete;
-  PoolCloser& operator=(PoolCloser const&) = delete;
-  ~PoolCloser() { ClosePool(); }
 };
 
 Pool& GetPool() noexcept {
   alignas(Pool) static std::byte storage[sizeof(Pool)];
   static Pool* const pool = new (storage) Pool;
   return *pool;
-}
-
-void ClosePool() noexcept {
-  Pool& pool = GetPool();
-  std::vector<std::unique_ptr<PrivateConnection>> idle;
-  std::shared_ptr<PrivateInstance> instance;
-  const std::lock_guard lock(pool.mMutex);
-  pool.mIsClosed = true;
-  idle.swap(pool.mIdle);
-  instance.swap(pool.mInstance);
 }
 
 std::shared_ptr<PrivateInstance> OpenInstance() {
@@ -95,8 +74,6 @@ std::unique_ptr<PrivateConnection> OpenFirst() {
   if (!instance) return nullptr;
   std::unique_ptr<PrivateConnection> first = PrivateConnection::Make(instance);
   if (!first || !LearnVariantType(*first, *instance)) return nullptr;
-  // Now, after DuckDB has made its static objects, and only once.
-  static const PoolCloser closer;
   return first;
 }
 
@@ -109,7 +86,7 @@ void GiveBack(std::unique_ptr<PrivateConnection> inConnection) noexcept {
   if (is_current && inConnection->IsBroken()) {
     broken.swap(pool.mInstance);
     dropped.swap(pool.mIdle);
-  } else if (is_current && !pool.mIsClosed) {
+  } else if (is_current) {
     pool.mIdle.push_back(std::move(inConnection));
   }
 }
@@ -132,7 +109,6 @@ PrivateLease BorrowPrivateConnection() {
   std::shared_ptr<PrivateInstance> instance;
   {
     const std::lock_guard lock(pool.mMutex);
-    if (pool.mIsClosed) return {};
     if (!pool.mIdle.empty()) {
       std::unique_ptr<PrivateConnection> idle = std::move(pool.mIdle.back());
       pool.mIdle.pop_back();
@@ -148,6 +124,16 @@ PrivateLease BorrowPrivateConnection() {
     instance = pool.mInstance;
   }
   return PrivateLease(PrivateConnection::Make(std::move(instance)));
+}
+
+void ClosePrivateDatabase() noexcept {
+  Pool& pool = GetPool();
+  // The connections go before the instance, and both after the lock.
+  std::shared_ptr<PrivateInstance> instance;
+  std::vector<std::unique_ptr<PrivateConnection>> idle;
+  const std::lock_guard lock(pool.mMutex);
+  idle.swap(pool.mIdle);
+  instance.swap(pool.mInstance);
 }
 
 LogicalTypeHandle MakeVariantType() {

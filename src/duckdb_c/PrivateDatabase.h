@@ -18,11 +18,11 @@
 // UTC. It hands out pooled connections; a connection serves one thread at a time, and no lock is
 // held while a query runs.
 //
-// Life: the database is closed when the library is unloaded and at process exit, by a static object
-// that is made when the database is first opened, after DuckDB's own static objects, and so goes
-// before them. What is still lent at that moment keeps the database until it is given back; nothing
-// is lent any more afterwards. The lock and the list of connections themselves are never destroyed,
-// so a thread that comes too late is refused instead of touching a dead lock.
+// Life: the database stays until ClosePrivateDatabase; what is lent at that moment keeps it until
+// it is given back, and the next use opens a new one. At process exit nothing is closed. Hazard:
+// DuckDB keeps things of each thread, which are gone when static objects are destroyed; closing a
+// database then frees memory twice. For the same reason the lock and the list of connections
+// themselves are never destroyed.
 //
 // A FATAL or INTERNAL error makes a DuckDB database useless from then on. Such a database is left
 // behind, and the next use opens a new one.
@@ -117,8 +117,11 @@ class PrivateLease {
   std::unique_ptr<PrivateConnection> mConnection;
 };
 
-// Empty when the database cannot be opened, and once the library is being unloaded.
+// Empty when the database cannot be opened.
 PrivateLease BorrowPrivateConnection();
+
+// For the end of the extension, before its code is unloaded. Any thread may call it at any time.
+void ClosePrivateDatabase() noexcept;
 
 // Runs the work on a connection. When another thread's fatal error took the database away, it runs
 // once more on a new one. False when there is no connection; otherwise what the work said.

@@ -12,6 +12,8 @@
 #include "duckdb_c/DatabaseFile.h"
 #include "duckdb_c/EngineLockGuard.h"
 #include "duckdb_c/FileStatus.h"
+#include "duckdb_c/PrivateDatabase.h"
+#include "duckdb_c/ScratchDatabase.h"
 #include "tarn/Exceptions.h"
 #include "tarn/File.h"
 
@@ -38,6 +40,11 @@ bool HasMagic(smart_ptr<I_Location> inLocation) {
 }
 
 }  // namespace
+
+DuckDBExtension::~DuckDBExtension() {
+  duckdb_c::ClosePrivateDatabase();
+  duckdb_c::CloseScratchDatabase();
+}
 
 std::uint32_t DuckDBExtension::Release() {
   std::uint32_t const count = mRefCount.Decrement();

@@ -5,9 +5,15 @@
 
 namespace tarn::lsql {
 
-// The extension object. It holds nothing but its count.
+// The extension object. It holds nothing but its count; with the last one go the library's own
+// databases, which whoever still needs them opens again.
 class DuckDBExtension final : public I_DuckDBExtension {
  public:
+  DuckDBExtension() = default;
+  DuckDBExtension(DuckDBExtension const&) = delete;
+  DuckDBExtension& operator=(DuckDBExtension const&) = delete;
+  ~DuckDBExtension();
+
   std::uint32_t AddRef() override { return mRefCount.Increment(); }
   std::uint32_t Release() override;
   void* QueryInterface(std::uint32_t inInterfaceId) override;

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <array>
+#include <atomic>
 #include <stdexcept>
 
 #include "tarn/Converter.h"
@@ -12,6 +13,7 @@ namespace lumora::test {
 namespace {
 
 std::array<lumora_extension_function, lumora_api_size> gTable;
+std::atomic<LoadedExtension*> gInstance{nullptr};
 
 void Trap() { throw std::logic_error("an entry of the host's table that no one may call"); }
 
@@ -30,7 +32,14 @@ T Symbol(void* inLibrary, char const* inName) {
 
 LoadedExtension& LoadedExtension::Instance() {
   static LoadedExtension instance;
+  gInstance = &instance;
   return instance;
+}
+
+void LoadedExtension::GiveUp() {
+  if (!gInstance.load()) return;
+  tarn::lsql::SetDuckDBExtension(nullptr);
+  gInstance.load()->mExtension = nullptr;
 }
 
 std::int32_t LoadedExtension::RegisterProcedure(void* inContext,

@@ -16,6 +16,10 @@ class LoadedExtension {
   // Loads at the first call. Throws std::runtime_error with the loader's message.
   static LoadedExtension& Instance();
 
+  // As a host does before its process ends: the object goes, if it was made; the library stays.
+  // Nothing of the extension may be used after that.
+  static void GiveUp();
+
   tarn::lsql::I_DuckDBExtension& operator*() const { return *mExtension; }
   tarn::lsql::I_DuckDBExtension* operator->() const { return mExtension.get(); }
 
