@@ -1,5 +1,6 @@
 #include "statement/RunStatements.h"
 
+#include <memory>
 #include <utility>
 
 #include "statement/ParameterBinding.h"
@@ -11,14 +12,20 @@ namespace {
 using duckdb_c::TextOr;
 using Results = std::vector<duckdb_c::ResultHandle>;
 
-Results RunWithParameters(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
+Results RunWithParameters(I_DatabaseLink& inDatabase,
+                          std::shared_ptr<duckdb_c::ConnectionHandle> const& inConnection,
                           std::string const& inSql, tarn::ValueRow const& inParameters) {
   duckdb_c::PreparedHandle prepared;
-  if (duckdb_prepare(inConnection, inSql.c_str(), prepared.out()) != DuckDBSuccess) {
+  if (duckdb_prepare(inConnection->get(), inSql.c_str(), prepared.out()) != DuckDBSuccess) {
     ThrowError(&inDatabase, TextOr(duckdb_prepare_error(prepared.get()), statement_text::kPrepare));
   }
   I_DatabaseLink* const database = &inDatabase;
   BindRow(prepared, &inParameters, database);
+  // A host value may have closed the database while it was read. What is made of a result then
+  // would never be closed, and would point to a dead database one day.
+  if (inDatabase.get_Connection() != inConnection) {
+    ThrowError(&inDatabase, statement_text::kDatabaseNotOpen);
+  }
   Results results(1);
   if (duckdb_execute_prepared(prepared.get(), results[0].out()) != DuckDBSuccess) {
     ThrowError(&inDatabase,
@@ -71,7 +78,7 @@ Results RunStatements(I_DatabaseLink& inDatabase, std::string const& inSql,
   if (!connection) ThrowError(&inDatabase, statement_text::kDatabaseNotOpen);
   RefuseNul(&inDatabase, inSql);
   if (inParameters && inParameters->get_Count() != 0) {
-    return RunWithParameters(inDatabase, connection->get(), inSql, *inParameters);
+    return RunWithParameters(inDatabase, connection, inSql, *inParameters);
   }
   return RunScript(inDatabase, connection->get(), inSql);
 }

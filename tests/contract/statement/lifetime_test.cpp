@@ -135,6 +135,27 @@ TEST_F(Lifetime, AHostValueMayCloseTheStatementThatBindsIt) {
   EXPECT_FALSE(mDatabase->get_IsOpen());
 }
 
+TEST_F(Lifetime, AHostValueMayCloseTheDatabaseThatBindsIt) {
+  tarn::smart_ptr<TestValue> const closing(new TestValue(6));
+  auto const row = MakeRow({closing});
+  closing->mOnRead = [&] { mDatabase->Close(); };
+  std::function<void()> const calls[] = {
+      [&] { (void)mDatabase->Execute(Wide("SELECT ?"), 1, row); },
+      [&] { (void)mDatabase->ExecuteQuery(Wide("SELECT ?"), 2, row); },
+      [&] { mDatabase->ExecuteSQL(Wide("INSERT INTO t VALUES (?)"), row); }};
+  for (auto const& call : calls) {
+    mDatabase->Create();
+    Run(mDatabase, "CREATE TABLE t(a INTEGER)");
+    EXPECT_EQ(ThrownBy(call).mText2, "DuckDBDatabase is not open");
+    EXPECT_FALSE(mDatabase->get_IsOpen());
+  }
+  // Nor is a result of one opening one of the next.
+  mDatabase->Create();
+  closing->mOnRead = [&] { mDatabase->Create(); };
+  EXPECT_EQ(ThrownBy(calls[0]).mText2, "DuckDBDatabase is not open");
+  EXPECT_TRUE(mDatabase->get_IsOpen());
+}
+
 TEST_F(Lifetime, AHostValueMayPrepareAndBindTheStatementThatBindsIt) {
   Run(mDatabase, "CREATE TABLE t(a INTEGER)");
   auto const statement =
