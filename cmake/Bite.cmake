@@ -9,6 +9,15 @@ if(LUMORA_SANITIZE STREQUAL "asan")
         signed-overflow "runtime error: signed integer overflow")
 elseif(LUMORA_SANITIZE STREQUAL "tsan")
     set(_planted race "ThreadSanitizer: data race")
+elseif(LUMORA_SANITIZE STREQUAL "fuzz")
+    # scripts/fuzz.sh runs it before the fuzzers, which must be able to find what is in there.
+    add_executable(fuzz_planted "${CMAKE_SOURCE_DIR}/tests/bite/planted_input.cpp")
+    target_link_options(fuzz_planted PRIVATE -fsanitize=fuzzer)
+    target_include_directories(fuzz_planted PRIVATE "${CMAKE_SOURCE_DIR}/fuzz")
+    target_link_libraries(fuzz_planted PRIVATE lumora_warnings)
+    set_target_properties(fuzz_planted PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    add_dependencies(fuzzers fuzz_planted)
+    return()
 else()
     return()
 endif()
@@ -25,3 +34,17 @@ while(_planted)
         LABELS "bite;threaded" TIMEOUT 120 ENVIRONMENT "${LUMORA_TEST_ENVIRONMENT}"
         PASS_REGULAR_EXPRESSION "${_report}")
 endwhile()
+
+# The same for the kept inputs of the fuzzers: a replay that meets a mistake fails.
+if(LUMORA_SANITIZE STREQUAL "asan")
+    add_executable(replay_planted
+        "${CMAKE_SOURCE_DIR}/tests/bite/planted_input.cpp" "${CMAKE_SOURCE_DIR}/fuzz/support/replay_main.cpp")
+    set_target_properties(replay_planted PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    target_include_directories(replay_planted PRIVATE "${CMAKE_SOURCE_DIR}/fuzz")
+    target_link_libraries(replay_planted PRIVATE lumora_warnings)
+    file(WRITE "${CMAKE_BINARY_DIR}/tests/planted_inputs/heap-overflow" "over")
+    add_test(NAME bite_replay COMMAND replay_planted "${CMAKE_BINARY_DIR}/tests/planted_inputs")
+    set_tests_properties(bite_replay PROPERTIES
+        LABELS bite TIMEOUT 120 ENVIRONMENT "${LUMORA_TEST_ENVIRONMENT};LUMORA_PLANTED=heap-overflow"
+        PASS_REGULAR_EXPRESSION "AddressSanitizer: heap-buffer-overflow")
+endif()

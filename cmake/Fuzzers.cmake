@@ -24,9 +24,10 @@ foreach(_source IN LISTS _sources)
             add_dependencies(${_target} ${_used})
         endif()
     endforeach()
-    set_target_properties(${_target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/fuzz")
-    target_include_directories(${_target} PRIVATE "${CMAKE_SOURCE_DIR}/fuzz" "${CMAKE_SOURCE_DIR}/tests")
-    target_compile_definitions(${_target} PRIVATE
-        LUMORA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" LUMORA_EXTENSION_PATH="${LUMORA_EXTENSION_PATH}")
-    target_link_libraries(${_target} PRIVATE ${LUMORA_ROOMS} room_shell lumora_warnings)
+    # Exports: the functions of DuckDB's that are counted stand in the executable, for the extension too.
+    set_target_properties(${_target} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/fuzz" ENABLE_EXPORTS ON)
+    # fuzz/support and tests/support go by the same name: the fuzzers' own comes first.
+    target_include_directories(${_target} BEFORE PRIVATE "${CMAKE_SOURCE_DIR}/fuzz" "${CMAKE_SOURCE_DIR}/tests")
+    target_link_libraries(${_target} PRIVATE ${LUMORA_ROOMS} room_shell test_support lumora_warnings)
 endforeach()

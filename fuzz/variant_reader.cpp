@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "duckdb_c/VariantReader.h"
+#include "support/Input.h"
 
 namespace {
 
@@ -18,51 +19,20 @@ using lumora::duckdb_c::GetVariantDecimal;
 using lumora::duckdb_c::VariantCell;
 using lumora::duckdb_c::VariantColumns;
 using lumora::duckdb_c::VariantReader;
-
-// Takes numbers and runs of bytes off the input; zeros and nothing when it is used up.
-class Input {
- public:
-  Input(const std::uint8_t* inData, std::size_t inSize)
-      : mRest(reinterpret_cast<char const*>(inData), inSize) {}
-
-  template <typename T>
-  T Take() {
-    T value{};
-    const std::size_t size = std::min(sizeof(T), mRest.size());
-    if (size != 0) std::memcpy(&value, mRest.data(), size);
-    mRest.remove_prefix(size);
-    return value;
-  }
-
-  // Mostly small, so that it often fits.
-  std::uint64_t TakeNumber() {
-    const auto kind = Take<std::uint8_t>();
-    return kind < 250 ? kind % 16 : Take<std::uint64_t>();
-  }
-
-  std::vector<char> TakeBytes(std::size_t inLimit) {
-    const std::size_t size = std::min<std::size_t>({Take<std::uint8_t>(), inLimit, mRest.size()});
-    std::vector<char> bytes(mRest.begin(), mRest.begin() + static_cast<std::ptrdiff_t>(size));
-    mRest.remove_prefix(size);
-    return bytes;
-  }
-
- private:
-  std::string_view mRest;
-};
+using lumora::fuzz::Input;
 
 struct Vectors {
   std::vector<duckdb_list_entry> mValues;
   std::vector<std::uint8_t> mTypeIds;
   std::vector<std::uint32_t> mOffsets;
   std::vector<duckdb_list_entry> mChildren;
-  std::vector<std::vector<char>> mBytes;
+  std::vector<std::string> mBytes;
   std::vector<duckdb_string_t> mData;
   std::vector<std::uint64_t> mValidity;
   std::uint64_t mChildEntries = 0;
 };
 
-duckdb_string_t AsString(std::vector<char> const& inBytes) {
+duckdb_string_t AsString(std::string const& inBytes) {
   duckdb_string_t text{};
   text.value.inlined.length = static_cast<std::uint32_t>(inBytes.size());
   if (inBytes.size() > sizeof(text.value.inlined.inlined)) {

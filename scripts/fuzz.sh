@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Runs every fuzzer of build/fuzz for the given number of seconds, two at a time, on the kept corpus.
+# Before that it shows that planted mistakes are found.
 # What it finds new stays in build/fuzz/corpus/<name>; an input that breaks something is left in
 # build/fuzz/findings/ and named at the end.
 #
@@ -39,4 +40,20 @@ export -f run_one
 export root build seconds
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1}"
 export ASAN_SYMBOLIZER_PATH="${ASAN_SYMBOLIZER_PATH:-$(command -v llvm-symbolizer-14 || true)}"
+
+# A mistake that only four certain bytes make must be found from nothing and reported.
+must_find() {
+    local mistake="$1" report="$2" log="$build/log/planted-$1.log"
+    if LUMORA_PLANTED="$mistake" "$build/tests/fuzz_planted" -max_total_time=300 \
+        "-artifact_prefix=$build/log/planted-" >"$log" 2>&1 || ! grep -q "$report" "$log"; then
+        echo "fuzz: the planted $mistake was not reported, see build/fuzz/log/planted-$mistake.log" >&2
+        exit 1
+    fi
+}
+must_find heap-overflow "AddressSanitizer: heap-buffer-overflow"
+must_find signed-overflow "runtime error: signed integer overflow"
+must_find leak "LeakSanitizer: detected memory leaks"
+must_find property "does not hold: the planted property"
+echo "fuzz: the planted mistakes are found"
+
 printf '%s\n' "${names[@]}" | xargs -P 2 -I {} bash -c 'set -euo pipefail; run_one {}'
