@@ -90,13 +90,15 @@ bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 	@$(call build_with,release,--target product benchmarks)
 	@'$(root)/scripts/bench.sh'
 
-# What is too long for `test`, one executable a line: kills go SOAK_ROUNDS rounds.
+# What is too long for `test`, one executable a line: kills go SOAK_ROUNDS rounds, the mixed soak goes on for
+# SOAK_SECONDS and SOAK_OPERATIONS.
 soak_suites := \
+	stress_soak \
 	stress_database_crash \
 	stress_backup_crash \
 	stress_restore_crash
 
-soak: setup $(root)/build/release/build.ninja ## the long suites: kills at random moments
+soak: setup $(root)/build/release/build.ninja ## the long suites: mixed threads, kills at random moments
 	@$(call build_with,release,--target $(soak_suites))
 	@for suite in $(soak_suites); do \
 	    echo "== $$suite"; \

@@ -84,19 +84,25 @@ foreach(_room IN ITEMS host duckdb_c cursor statement database procedures extens
     endif()
 endforeach()
 
-# --- contract: one executable a folder, through the loaded library ---------------------------------------
-lumora_glob(_contract_sources tests/contract/*/*.cpp)
-set(_contract_names "")
-foreach(_source IN LISTS _contract_sources)
-    get_filename_component(_folder "${_source}" DIRECTORY)
-    get_filename_component(_name "${_folder}" NAME)
-    list(APPEND _contract_names ${_name})
-    list(APPEND _contract_${_name} "${_source}")
-endforeach()
-list(REMOVE_DUPLICATES _contract_names)
-foreach(_name IN LISTS _contract_names)
-    lumora_test(contract_${_name} contract 1200 SOURCES ${_contract_${_name}})
-endforeach()
+# lumora_test_folders(prefix label timeout): one executable for each folder in tests/<label>, which loads the
+# library as a host does.
+function(lumora_test_folders prefix label timeout)
+    lumora_glob(sources tests/${label}/*/*.cpp)
+    set(names "")
+    foreach(source IN LISTS sources)
+        get_filename_component(folder "${source}" DIRECTORY)
+        get_filename_component(name "${folder}" NAME)
+        list(APPEND names ${name})
+        list(APPEND sources_${name} "${source}")
+    endforeach()
+    list(REMOVE_DUPLICATES names)
+    foreach(name IN LISTS names)
+        lumora_test(${prefix}_${name} ${label} ${timeout} SOURCES ${sources_${name}})
+    endforeach()
+endfunction()
+
+# --- contract: through the loaded library -----------------------------------------------------------------
+lumora_test_folders(contract contract 1200)
 
 # --- load: entry points, exports, double init, load and unload -------------------------------------------
 lumora_glob(_sources tests/load/*.cpp)
@@ -104,7 +110,8 @@ if(_sources)
     lumora_test(load_tests load 900 SOURCES ${_sources})
 endif()
 
-# --- stress: one executable a file -----------------------------------------------------------------------
+# --- stress: one executable a file or folder --------------------------------------------------------------
+lumora_test_folders(stress stress 1800)
 lumora_glob(_sources tests/stress/*.cpp)
 foreach(_source IN LISTS _sources)
     get_filename_component(_name "${_source}" NAME_WE)

@@ -1,6 +1,7 @@
 #include "support/TempFolder.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -11,8 +12,8 @@ namespace lumora::test {
 
 namespace fs = std::filesystem;
 
-TempFolder::TempFolder() {
-  std::string name = (fs::temp_directory_path() / "lumora-test-XXXXXX").string();
+TempFolder::TempFolder(fs::path const& inParent) {
+  std::string name = (inParent / "lumora-test-XXXXXX").string();
   if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
   mPath = fs::canonical(name);
 }
@@ -40,6 +41,13 @@ std::set<std::string> TempFolder::Names() const {
     names.insert(entry.path().filename().string());
   }
   return names;
+}
+
+fs::path FastFolder() {
+  std::error_code error;
+  fs::path const memory = "/dev/shm";
+  bool const isWanted = !std::getenv("TMPDIR") && fs::is_directory(memory, error);
+  return isWanted && access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
 }
 
 }  // namespace lumora::test

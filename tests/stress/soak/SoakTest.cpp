@@ -1,0 +1,171 @@
+// Eight threads do everything at once for as long as it is wanted: nothing hangs, nothing is lost,
+// nothing is left, and the process does not grow.
+#include <gmock/gmock.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <memory>
+#include <thread>
+
+#include "Worker.h"
+#include "support/ChildProcess.h"
+#include "support/DuckDBCalls.h"
+#include "support/ProcessCounts.h"
+#include "support/Seed.h"
+
+namespace {
+
+using namespace lumora::test;
+using Clock = std::chrono::steady_clock;
+
+long Wanted(char const* inVariable, long inOtherwise) {
+  char const* const given = std::getenv(inVariable);
+  return given ? std::atol(given) : inOtherwise;
+}
+
+// What the process has between two phases.
+struct Footprint {
+  std::size_t mDescriptors = CountDescriptors();
+  std::size_t mThreads = CountThreads();
+  HandleCounts mHandles = get_LiveHandles();
+  std::int64_t mChunks = get_LiveChunks();
+  std::size_t mResident = (malloc_trim(0), get_ResidentBytes());
+};
+
+std::ostream& operator<<(std::ostream& ioStream, Footprint const& inFootprint) {
+  return ioStream << inFootprint.mResident / 1000000 << " MB, " << inFootprint.mDescriptors
+                  << " descriptors, " << inFootprint.mThreads << " threads, "
+                  << inFootprint.mHandles;
+}
+
+// The least memory of the last quarter is held against the most of the first one, whose first phase
+// warms up and does not count.
+void ExpectNoGrowth(std::vector<Footprint> const& inFootprints) {
+  std::size_t const quarter = (inFootprints.size() + 3) / 4;
+  std::size_t most = 0;
+  std::size_t least = SIZE_MAX;
+  for (std::size_t i = 0; i < quarter; ++i) {
+    most = std::max(most, inFootprints[1 + i].mResident);
+    least = std::min(least, inFootprints[inFootprints.size() - 1 - i].mResident);
+  }
+  for (Footprint const& footprint : inFootprints) {
+    EXPECT_EQ(footprint.mChunks, 0);
+    EXPECT_EQ(footprint.mHandles.mResults, 0);
+    EXPECT_EQ(footprint.mHandles.mExtracted, 0);
+    EXPECT_EQ(footprint.mHandles.mConfigs, 0);
+  }
+  Footprint const& warm = inFootprints[1];
+  Footprint const& last = inFootprints.back();
+  EXPECT_EQ(last.mDescriptors, warm.mDescriptors);
+  EXPECT_EQ(last.mThreads, warm.mThreads);
+  // What is not in use of the private database stays for the next, a connection a worker at most.
+  EXPECT_LE(last.mHandles.mDatabases, 1);
+  EXPECT_LE(last.mHandles.mConnections, kWorkers + 1);
+  std::cout << "memory: " << most / 1000000 << " MB at most in the beginning, " << least / 1000000
+            << " MB at least in the end\n";
+  // A sanitizer keeps what was freed for a while.
+  std::size_t constexpr kSlack = 24000000;
+  if (!kIsSanitized) EXPECT_LE(least, most + kSlack);
+}
+
+class MixedSoak : public testing::Test {
+ protected:
+  static constexpr int kPhaseOperations = kIsSanitized ? 30 : 125;  // of a worker
+  static constexpr int kPhases = 4;
+
+  MixedSoak() {
+    std::uint64_t const seed = get_Seed("MixedSoak");
+    for (int i = 0; i < kWorkers; ++i) {
+      mWorkers.push_back(std::make_unique<Worker>(mSoak, i, seed));
+    }
+    mSoak.MakeConstantFiles();
+  }
+
+  void RunPhase(int inOperations) {
+    for (auto& worker : mWorkers) worker->ForgetShared();
+    mSoak.MakeSharedFiles();
+    std::vector<std::thread> threads;
+    for (auto& worker : mWorkers) {
+      threads.emplace_back([&worker, inOperations] { worker->Run(inOperations); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    std::vector<SoakModel const*> models;
+    for (auto& worker : mWorkers) {
+      worker->Rest();
+      models.push_back(&worker->get_Model());
+    }
+    EXPECT_THAT(mSoak.get_Failures(), testing::IsEmpty());
+    mSoak.Verify(models);
+  }
+
+  void Report(std::size_t inPhase, Clock::duration inElapsed, Footprint const& inFootprint) {
+    std::cout << "phase " << inPhase << ", "
+              << std::chrono::duration_cast<std::chrono::seconds>(inElapsed).count() << " s, "
+              << mSoak.mBoard.get_Done() << " operations: " << inFootprint << "; "
+              << mSoak.mTally.mInserted << " rows inserted, " << mSoak.mTally.mCancels
+              << " closed by others and noticed " << mSoak.mTally.mCancelled << " times, "
+              << mSoak.mTally.mConflicts << " conflicts, " << mSoak.mTally.mBackups << " backups"
+              << std::endl;
+  }
+
+  Soak mSoak;
+  std::vector<std::unique_ptr<Worker>> mWorkers;
+};
+
+// LUMORA_SOAK_SECONDS and LUMORA_SOAK_OPERATIONS: it goes on until both are over.
+TEST_F(MixedSoak, LosesNothingKeepsNothingAndComesToAnEnd) {
+  long const shortRun = long{kPhaseOperations} * kWorkers * kPhases;
+  auto const operations = static_cast<std::uint64_t>(Wanted("LUMORA_SOAK_OPERATIONS", shortRun));
+  std::chrono::seconds const duration(Wanted("LUMORA_SOAK_SECONDS", 0));
+  bool const isLong = operations > static_cast<std::uint64_t>(shortRun) || duration.count() > 0;
+  Watchdog const watchdog(mSoak.mBoard, std::chrono::seconds(1), 300);
+  auto const start = Clock::now();
+  std::vector<Footprint> footprints;
+  while (footprints.size() < kPhases || mSoak.mBoard.get_Done() < operations ||
+         Clock::now() - start < duration) {
+    RunPhase(isLong ? 5000 : kPhaseOperations);
+    footprints.emplace_back();
+    if (isLong) Report(footprints.size(), Clock::now() - start, footprints.back());
+    if (HasFailure()) return;
+  }
+  ExpectNoGrowth(footprints);
+  EXPECT_GT(mSoak.mTally.mInserted, 0U);
+  EXPECT_GT(mSoak.mTally.mCancels, 0U);
+}
+
+// A worker that stands still and one that does not.
+int StuckJob(Arguments const&) {
+  Board board(2);
+  board.Begin(0, "an operation that ends");
+  board.End(0);
+  board.Begin(1, "an operation that does not");
+  Watchdog const watchdog(board, std::chrono::milliseconds(1), 20);
+  for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
+}
+
+ChildJob const gStuckJob("stuck", StuckJob);
+
+TEST(SoakWatchdog, EndsTheProcessWhenAnOperationDoesNotEnd) {
+  EXPECT_EQ(RunChild("stuck", {}).mSignal, SIGABRT);
+}
+
+TEST(SoakWatchdog, LeavesWorkersAloneThatGoOnOrAreBetweenOperations) {
+  Board board(2);
+  board.Begin(1, "long ago");
+  board.End(1);
+  StuckWorkers stuck(board, 3);
+  for (int i = 0; i < 10; ++i) {
+    board.Begin(0, "short");
+    EXPECT_EQ(stuck.Look(), std::nullopt);
+    EXPECT_EQ(stuck.Look(), std::nullopt);
+    board.End(0);
+  }
+  EXPECT_EQ(board.get_Done(), 11U);
+  board.Begin(0, "too long");
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(stuck.Look(), std::nullopt);
+  EXPECT_EQ(stuck.Look(), 0U);
+  EXPECT_EQ(board.Describe(),
+            "worker 0: operation 10, in: too long\nworker 1: operation 1, after: long ago\n");
+}
+
+}  // namespace
