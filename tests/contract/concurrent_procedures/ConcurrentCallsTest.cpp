@@ -15,10 +15,17 @@ class ConcurrentCalls : public Procedures {
     LoadedProcedures::Instance();
   }
 
+  struct Outcome {
+    int mRight = 0;
+    std::vector<std::string> mErrors;  // of calls that must succeed
+  };
+
   // The rows and their sum that one call of a procedure gives.
   static std::pair<std::int64_t, std::int64_t> Sum(char const* inName,
-                                                   std::vector<ValuePtr> const& inArgs) {
+                                                   std::vector<ValuePtr> const& inArgs,
+                                                   std::vector<std::string>& outErrors) {
     auto const outcome = CallProcedure(LoadedProcedures::Instance().Find(inName), inArgs);
+    outErrors.insert(outErrors.end(), outcome.mErrors.begin(), outcome.mErrors.end());
     std::pair<std::int64_t, std::int64_t> sum;
     while (outcome.mCursor && outcome.mCursor->Next()) {
       ++sum.first;
@@ -35,22 +42,28 @@ TEST_F(ConcurrentCalls, OfEveryProcedureGiveTheirRows) {
   constexpr int kThreads = 4;
   constexpr int kCalls = 10;
   std::pair<std::int64_t, std::int64_t> const all{5000, 5000LL * 4999 / 2};
-  std::vector<int> right(kThreads, 0);
+  std::vector<Outcome> outcomes(kThreads);
   std::vector<std::thread> threads;
-  for (int index = 0; index < kThreads; ++index) {
-    threads.emplace_back([&, index] {
-      auto& count = right[static_cast<std::size_t>(index)];
+  for (Outcome& outcome : outcomes) {
+    threads.emplace_back([&] {
+      int& right = outcome.mRight;
+      auto& errors = outcome.mErrors;
       for (int call = 0; call < kCalls; ++call) {
-        count += Sum("fetch_duckdb", {Text(mDatabase), Text("t")}) == all;
-        count += Sum("fetch_parquet", {Text(mParquet)}) == all;
-        count += Sum("parquet_count", {Text(mParquet)}).second == 5000;
-        count += Sum("parquet_schema", {Text(mParquet)}).first == 1;
-        count += Sum("fetch_duckdb", {Text(mDatabase), Text("nope")}).first == 0;
+        right += Sum("fetch_duckdb", {Text(mDatabase), Text("t")}, errors) == all;
+        right += Sum("fetch_parquet", {Text(mParquet)}, errors) == all;
+        right += Sum("parquet_count", {Text(mParquet)}, errors).second == 5000;
+        right += Sum("parquet_schema", {Text(mParquet)}, errors).first == 1;
+        std::vector<std::string> refusal;
+        right += Sum("fetch_duckdb", {Text(mDatabase), Text("nope")}, refusal).first == 0 &&
+                 refusal.size() == 1;
       }
     });
   }
   for (auto& thread : threads) thread.join();
-  EXPECT_EQ(right, std::vector<int>(kThreads, kCalls * 5));
+  for (Outcome const& outcome : outcomes) {
+    EXPECT_EQ(outcome.mRight, kCalls * 5);
+    EXPECT_EQ(outcome.mErrors, std::vector<std::string>{});
+  }
 }
 
 }  // namespace
