@@ -3,6 +3,8 @@
 #include <csignal>
 #include <cstdlib>
 
+#include "Platform.h"
+
 #if defined(_WIN32)
 #include <io.h>
 #define write _write
@@ -17,7 +19,15 @@ namespace {
 volatile std::sig_atomic_t gInterrupts = 0;
 volatile std::sig_atomic_t gWakeUp = -1;
 
-extern "C" void EndProcess(int) { std::_Exit(130); }
+// What stands on the screen (an elapsed time, ^C) ends in a line of its own.
+volatile std::sig_atomic_t gHasScreen = 0;
+
+[[noreturn]] void End() {
+  if (gHasScreen != 0) static_cast<void>(!write(2, "\n", 1));
+  std::_Exit(130);
+}
+
+extern "C" void EndProcess(int) { End(); }
 
 extern "C" void NoteInterrupt(int) {
   gInterrupts = gInterrupts + 1;
@@ -25,15 +35,20 @@ extern "C" void NoteInterrupt(int) {
     if (write(gWakeUp, "I", 1) < 0) gInterrupts = 1;
     return;
   }
-  if (gInterrupts > 1) std::_Exit(130);
+  if (gInterrupts > 1) End();
   // Only what is safe in a signal handler: no stream, no memory.
-  static char const sText[] = "\nCtrl-C: stops after the step at hand; once more ends lumora\n";
+  static char const sText[] =
+      "\nCtrl-C: lumora stops when the running statement is done; once more ends lumora and undoes "
+      "the statement\n";
   if (write(2, sText, sizeof sText - 1) < 0) gInterrupts = 1;
 }
 
 }  // namespace
 
-void EndOnInterrupt() { std::signal(SIGINT, EndProcess); }
+void EndOnInterrupt() {
+  gHasScreen = IsTerminal(2) ? 1 : 0;
+  std::signal(SIGINT, EndProcess);
+}
 
 void NoteInterrupts() {
 #if defined(_WIN32)

@@ -244,6 +244,9 @@ LineEditor::Outcome LineEditor::Read(std::string const& inPrompt, std::string& o
   mState->mIsAbandoned = false;
   int count = 0;
   put_WakeUp(gWakePipe[1]);
+  // What came while no line was typed.
+  char byte = 0;
+  while (read(gWakePipe[0], &byte, 1) == 1) el_resize(mState->mEdit);
   // Else the prompt is there first, and a key such as Ctrl-D that comes before the terminal is in
   // raw mode is lost.
   el_set(mState->mEdit, EL_PREP_TERM, 1);

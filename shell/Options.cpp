@@ -33,7 +33,9 @@ void AddScriptOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
       ->expected(1)
       ->take_all()
       ->allow_extra_args(false);
-  ioApp.add_option("-f,--file", ioRaw.mFiles, "Run this file (may be given again)")
+  ioApp
+      .add_option("-f,--file", ioRaw.mFiles,
+                  "Run this file; - is standard input (may be given again)")
       ->type_name("FILE")
       ->expected(1)
       ->take_all()
@@ -55,7 +57,7 @@ void AddDisplayOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
                   "Rows of a box before its middle is left out; 0 = all "
                   "(40, or 1000 where results scroll)")
       ->type_name("N")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::NonNegativeNumber.description(""));
   ioApp
       .add_option("--cursor", ioRaw.mCursor,
                   "client (reads a result at once, the default) or server (streams it)")
@@ -71,7 +73,7 @@ void AddOpenOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
   ioApp.add_flag("--readonly", open.mReadOnly, "Open the database for reading only");
   ioApp.add_option("--threads", open.mThreads, "Threads that DuckDB uses")
       ->type_name("N")
-      ->check(CLI::Range(1U, 65535U));
+      ->check(CLI::Range(1U, 65535U).description(""));
   ioApp.add_option("--max-memory", ioRaw.mMaxMemory, "Memory that DuckDB uses: 500MB, 2GB")
       ->type_name("SIZE");
   ioApp.add_option("--temp-dir", open.mTempFolder, "Folder for what does not fit into memory")
@@ -84,7 +86,7 @@ void AddOpenOptions(CLI::App& ioApp, RawOptions& ioRaw, Options& ioOptions) {
       ->type_name("VERSION");
   ioApp.add_option("--block-size", open.mBlockSize, "Block size of a new database: 16384, 262144")
       ->type_name("BYTES")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::NonNegativeNumber.description(""));
   ioApp.add_option("--token", open.mToken, "Access token of a remote database")->type_name("TEXT");
   ioApp.add_option("--user-agent", open.mUserAgent, "User agent towards a remote database")
       ->type_name("TEXT");

@@ -29,11 +29,15 @@ std::string ReadStandardInput() {
   return text;
 }
 
+std::string TextOf(ScriptOption const& inScript) {
+  if (inScript.mKind == ScriptOption::Kind::kCommand) return inScript.mText;
+  return inScript.mText == "-" ? ReadStandardInput() : ReadFile(inScript.mText);
+}
+
 bool RunScripts(Session& ioSession, Options const& inOptions) {
   if (inOptions.mScripts.empty()) return RunScript(ioSession, ReadStandardInput());
   for (ScriptOption const& script : inOptions.mScripts) {
-    bool const isFile = script.mKind == ScriptOption::Kind::kFile;
-    std::string const text = isFile ? ReadFile(script.mText) : script.mText;
+    std::string const text = TextOf(script);
     if (ioSession.mHasQuit) break;
     if (!RunScript(ioSession, text)) return false;
   }
@@ -79,7 +83,6 @@ int RunWith(Options const& inOptions) {
     RunInteractive(session);
     return kExitOk;
   }
-  EndOnInterrupt();
   return RunScripts(session, inOptions) ? kExitOk : kExitFailed;
 }
 
@@ -87,6 +90,7 @@ int RunWith(Options const& inOptions) {
 
 int RunLumora(int inCount, char const* const* inArguments) {
   IgnoreClosedPipes();
+  EndOnInterrupt();
   ParsedOptions const parsed = ParseOptions(inCount, inArguments);
   if (auto const* answer = std::get_if<UsageAnswer>(&parsed)) {
     std::fputs(answer->mText.c_str(), answer->mIsError ? stderr : stdout);

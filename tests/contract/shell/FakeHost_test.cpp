@@ -119,6 +119,12 @@ TEST(LumoraAsHost, ReadsScriptsFromOptionsFilesAndStandardInputInOrder) {
             "{\"kind\":10,\"text\":\"last\",\"items\":0}\n");
   ProcessResult const piped = RunWithFake({"--mode", "csv"}, "CALL echo(1);\nCALL echo(2)\n");
   EXPECT_EQ(piped.mOutput, "kind,text,items\r\n7,1,0\r\nkind,text,items\r\n7,2,0\r\n");
+  ProcessResult const both =
+      RunWithFake({"--mode", "jsonlines", "-f", "-", "-f", file, "-f", "-"}, "CALL echo('input')");
+  EXPECT_EQ(both.mExitCode, 0);
+  EXPECT_EQ(both.mOutput,
+            "{\"kind\":10,\"text\":\"input\",\"items\":0}\n"
+            "{\"kind\":10,\"text\":\"file\",\"items\":0}\n");
   std::remove(file.c_str());
   ProcessResult const missing = RunWithFake({"-f", file});
   EXPECT_EQ(missing.mExitCode, 1);

@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "ShellRunner.h"
@@ -231,6 +233,114 @@ TEST(LumoraOnTerminal, ACsvCellCannotMoveTheCursor) {
   shell.ExpectText(kPrompt);
   shell.Type("SELECT chr(27) || '[2J' || chr(155) || chr(8) AS t;\n");
   shell.ExpectText("\\x1b[2J\\x9b\\x08");
+}
+
+constexpr char const* kEndless =
+    "INSERT INTO kept SELECT a.range FROM range(100000) a, range(100000) b, range(1000) c "
+    "WHERE (a.range * b.range + c.range) % 7 = 8";
+
+// The database is as before the statement that was interrupted, and can be written.
+void ExpectWhole(std::string const& inPath) {
+  ProcessResult const result =
+      RunLumora({"--mode", "csv", inPath, "-c", "INSERT INTO kept VALUES (2)", "-c", "FROM kept"});
+  EXPECT_EQ(result.mExitCode, 0) << result.mErrors;
+  EXPECT_EQ(result.mOutput, "i\r\n1\r\n2\r\n");
+}
+
+TEST(LumoraOnTerminal, ASecondCtrlCEndsAStatementThatRunsAndUndoesIt) {
+  TempFolder const home;
+  std::string const path = home.At("a.db");
+  TerminalShell shell(home.get_Path().string(), {"--create", path});
+  shell.ExpectText(kPrompt);
+  shell.Type("CREATE TABLE kept AS SELECT 1 AS i;\n");
+  shell.ExpectText(kPrompt);
+  shell.Type(std::string(kEndless) + ";\n");
+  shell.ExpectText("running: 2 s");
+  shell.Type("\x03");
+  shell.ExpectText("once more ends lumora");
+  shell.Type("\x03");
+  EXPECT_EQ(shell.ExpectEnd(), 130);
+  ExpectWhole(path);
+}
+
+TEST(LumoraOnTerminal, OneCtrlCKeepsTheSessionAndStopsWhatFollows) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string());
+  shell.ExpectText(kPrompt);
+  shell.Type(
+      "SELECT 'be' || 'gun'; SELECT count(*) FROM range(60000000) WHERE hash(range) = 0; "
+      "SELECT 'the ' || 'end';\n");
+  shell.ExpectText("begun");
+  shell.Type("\x03");
+  shell.ExpectText("once more ends lumora");
+  EXPECT_EQ(shell.ExpectText("interrupted").find("the end"), std::string::npos);
+  shell.ExpectText(kPrompt);
+  shell.Type("SELECT 6 * 7 AS answer;\n");
+  shell.ExpectText("42");
+  shell.ExpectText(kPrompt);
+}
+
+TEST(LumoraOnTerminal, AnInterruptedScriptLeavesItsFileWhole) {
+  TempFolder const home;
+  std::string const path = home.At("a.db");
+  TerminalShell shell(
+      home.get_Path().string(),
+      {"--create", path, "-c", "CREATE TABLE kept AS SELECT 1 AS i", "-c", kEndless});
+  shell.ExpectText("running: 2 s");
+  shell.Type("\x03");
+  EXPECT_EQ(shell.ExpectEnd(), 130);
+  ExpectWhole(path);
+}
+
+using Folder = std::filesystem::directory_iterator;
+
+std::size_t CountEntries(std::string const& inFolder) {
+  std::error_code error;
+  return static_cast<std::size_t>(std::distance(Folder(inFolder, error), Folder()));
+}
+
+// The elapsed time is shown after two seconds and taken away in the end. The work is made longer by
+// stopping the process in its middle; when that comes too late, it is done once more.
+void ExpectElapsed(TerminalShell& ioShell, std::string const& inWhat,
+                   std::function<std::string(int)> const& inCommand,
+                   std::function<bool(int)> const& inHasBegun) {
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    ioShell.Type(inCommand(attempt) + "\n");
+    for (int i = 0; i < 20000 && !inHasBegun(attempt); ++i) usleep(1000);
+    kill(ioShell.get_Child(), SIGSTOP);
+    usleep(2'100'000);
+    kill(ioShell.get_Child(), SIGCONT);
+    std::string const number = std::to_string(attempt);
+    ioShell.Type("SELECT 'attempt' || " + number + ";\n");
+    std::string const shown = ioShell.ExpectText("attempt" + number);
+    std::size_t const found = shown.find("\r" + inWhat + ": ");
+    if (found == std::string::npos) continue;
+    EXPECT_NE(shown.find("\r\x1b[K", found), std::string::npos) << shown;
+    return;
+  }
+  ADD_FAILURE() << "no elapsed time: " << inWhat;
+}
+
+TEST(LumoraOnTerminal, ShowsTheElapsedTimeOfABackupAndOfARestore) {
+  TempFolder const home;
+  std::string const backups = home.At("backups");
+  auto const target = [&](int attempt) { return home.At(std::to_string(attempt) + ".db"); };
+  TerminalShell shell(home.get_Path().string(), {"--create", home.At("a.db")});
+  shell.ExpectText(kPrompt);
+  shell.Type("CREATE TABLE t AS SELECT range AS i, hash(range) AS h FROM range(2000000);\n");
+  shell.ExpectText(kPrompt);
+  ExpectElapsed(
+      shell, "backup", [&](int) { return ".backup " + backups; },
+      [&](int attempt) { return CountEntries(backups) > static_cast<std::size_t>(attempt); });
+  std::string const backup = Folder(backups)->path().string();
+  ExpectElapsed(
+      shell, "restoring", [&](int attempt) { return ".restore " + backup + " " + target(attempt); },
+      [&](int attempt) { return std::filesystem::exists(target(attempt) + ".lumora-restoring"); });
+  shell.Type("SELECT count(*) AS n FROM t;\n");
+  shell.ExpectText("2000000");
+  shell.ExpectText(kPrompt);
+  shell.Type("\x04");
+  EXPECT_EQ(shell.ExpectEnd(), 0);
 }
 
 TEST(LumoraOnTerminal, AScriptThatIsInterruptedEndsWith130) {
