@@ -36,12 +36,38 @@ if(NOT LUMORA_HOST_ROOT)
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 endif()
 
+# Under the package's name, where a Debian system looks for its licence.
+set(CMAKE_INSTALL_DOCDIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/lumora-duckdb")
+install(FILES docs/lumora.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+
 # As in the tree, so that their links to each other hold.
 file(GLOB _documents CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/docs/*.md")
 install(FILES ${_documents} DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs")
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 install(FILES "${CMAKE_SOURCE_DIR}/build/deps/duckdb/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}"
     RENAME LICENSE.duckdb OPTIONAL)
+
+# What is linked into a standalone build comes with the terms that Debian's packages state. All of it stands
+# in one file, which a Debian package calls copyright.
+if(LUMORA_STANDALONE)
+    file(READ "${CMAKE_SOURCE_DIR}/LICENSE" _terms)
+    set(_terms "lumora_duckdb\n\n${_terms}")
+    set(_parts DuckDB "${CMAKE_SOURCE_DIR}/build/deps/duckdb/LICENSE")
+    foreach(_part IN ITEMS libfmt nlohmann-json3 libcli11 libedit libbsd libmd libncurses libutf8proc)
+        list(APPEND _parts "${_part}" "/usr/share/doc/${_part}-dev/copyright")
+    endforeach()
+    while(_parts)
+        list(POP_FRONT _parts _part _file)
+        if(EXISTS "${_file}")
+            file(READ "${_file}" _text)
+            string(APPEND _terms "\n\n---- ${_part} ----\n\n${_text}")
+        else()
+            message(WARNING "The package lacks the terms of ${_part}: there is no ${_file}")
+        endif()
+    endwhile()
+    file(WRITE "${CMAKE_BINARY_DIR}/generated/copyright" "${_terms}")
+    install(FILES "${CMAKE_BINARY_DIR}/generated/copyright" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+endif()
 
 set(CPACK_PACKAGE_NAME lumora-duckdb)
 set(CPACK_PACKAGE_VENDOR "The lumora_duckdb authors")
