@@ -1,39 +1,9 @@
 #pragma once
 
-#include <duckdb.h>
-
-#include <string>
-#include <vector>
-
-#include "duckdb_c/DuckDBText.h"
-#include "duckdb_c/Handles.h"
+#include "duckdb_c/QueryRows.h"
 
 namespace lumora {
 
-// Runs a query of VARCHAR columns and calls inRow(std::vector<std::string> const&) for each row;
-// NULL is the empty text. False with DuckDB's text in outError when the query fails.
-template <typename TRow>
-bool ForEachRow(duckdb_connection inConnection, std::string const& inSql, std::string& outError,
-                TRow const& inRow) {
-  duckdb_c::ResultHandle result;
-  if (duckdb_query(inConnection, inSql.c_str(), result.out()) != DuckDBSuccess) {
-    outError = duckdb_c::TextOr(duckdb_result_error(result.ptr()), "DuckDB query failed.");
-    return false;
-  }
-  std::vector<std::string> row(duckdb_column_count(result.ptr()));
-  while (duckdb_c::ChunkHandle const chunk{duckdb_fetch_chunk(result.get())}) {
-    for (idx_t i = 0; i < duckdb_data_chunk_get_size(chunk.get()); ++i) {
-      for (idx_t column = 0; column < row.size(); ++column) {
-        duckdb_vector const vector = duckdb_data_chunk_get_vector(chunk.get(), column);
-        auto* const validity = duckdb_vector_get_validity(vector);
-        bool const isNull = validity && !duckdb_validity_row_is_valid(validity, i);
-        auto const* const texts = static_cast<duckdb_string_t*>(duckdb_vector_get_data(vector));
-        row[column] = isNull ? std::string() : std::string(duckdb_c::TextOf(texts[i]));
-      }
-      inRow(row);
-    }
-  }
-  return true;
-}
+using duckdb_c::ForEachRow;
 
 }  // namespace lumora

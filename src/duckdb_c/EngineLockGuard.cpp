@@ -1,5 +1,7 @@
 #include "duckdb_c/EngineLockGuard.h"
 
+#include "duckdb_c/DeferredWork.h"
+
 namespace lumora {
 
 namespace {
@@ -12,6 +14,7 @@ bool IsSet(tarn::TLS_SimpleType_Var<bool> const& inFlag) {
 }  // namespace
 
 EngineLockGuard::EngineLockGuard() {
+  FinishDeferredWork();
   tarn::Thread_Mutex_Win* const mutex = tarn::GetGlobalEngineLock();
   if (!mutex || IsSet(tarn::gIsThisDiagnoseMTThread) || IsSet(tarn::gIsGlobalLockTaken)) return;
   // Making the thread's cell can fail for want of memory: not with the mutex in hand.

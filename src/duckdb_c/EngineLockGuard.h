@@ -6,6 +6,8 @@ namespace lumora {
 
 // Holds the host's engine lock for one operation. It is re-entrant: on a thread that already holds
 // the lock, on a diagnostic thread, and when the host has no lock, the guard does nothing.
+// Before anything else it finishes the work that this thread has put off (DeferredWork.h), whose
+// exceptions the constructor throws; there is none unless the library is calling the host.
 class EngineLockGuard {
  public:
   EngineLockGuard();

@@ -81,6 +81,7 @@ class DuckDBStatement final : public I_DuckDBStatement,
   // The execution step. outRowsChanged may be null.
   void Run(std::uint64_t* outRowsChanged);
   void RunRows(std::uint64_t* outRowsChanged);
+  class RowRunner;
   void RunOnce(std::uint64_t* outRowsChanged);
 
   RefsCount mRefCount;

@@ -25,17 +25,6 @@ void DuckDBStatement::Run(std::uint64_t* outRowsChanged) {
   RunOnce(outRowsChanged);
 }
 
-void DuckDBStatement::RunRows(std::uint64_t* outRowsChanged) {
-  // A host value may call back and bind other rows in the middle.
-  smart_ptr<ValueRows> const rows = mParameterRows;
-  for (std::uint32_t i = 0; i < rows->get_Count(); ++i) {
-    CheckDatabase();
-    mCurrentParameters = rows->get_Item(i);
-    BindCurrentParameters();
-    RunOnce(outRowsChanged);
-  }
-}
-
 void DuckDBStatement::RunOnce(std::uint64_t* outRowsChanged) {
   if (!mPrepared) return;
   if (duckdb_execute_prepared(mPrepared.get(), mLastResult.out()) != DuckDBSuccess) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 
 namespace lumora {
 namespace {
@@ -43,24 +44,30 @@ class Scanner {
     mRest.remove_prefix(word.size());
     return true;
   }
-  bool TakeIdentifier() {
+  // The identifier as it is written, quotes included; empty when there is none.
+  std::string_view TakeIdentifier() {
     SkipBlanks();
-    if (mRest.empty()) return false;
-    if (mRest.front() == '"') return TakeQuoted('"');
-    if (!StartsWord(mRest.front())) return false;
-    mRest.remove_prefix(Count(GoesOnWord));
-    return true;
+    auto const before = mRest;
+    if (mRest.empty()) return {};
+    if (mRest.front() == '"') {
+      if (!TakeQuoted('"')) return {};
+    } else if (StartsWord(mRest.front())) {
+      mRest.remove_prefix(Count(GoesOnWord));
+    }
+    return before.substr(0, before.size() - mRest.size());
   }
-  // "?", "?1", "$1", "$name"
-  bool TakeParameter() {
+  // "?", "?1", "$1", "$name": as it is written; empty when there is none.
+  std::string_view TakeParameter() {
+    SkipBlanks();
+    auto const before = mRest;
     if (TakeSign('?')) {
       mRest.remove_prefix(Count(IsDigit));
-      return true;
+    } else if (TakeSign('$')) {
+      auto const name = Count(GoesOnWord);
+      if (name == 0) return {};
+      mRest.remove_prefix(name);
     }
-    if (!TakeSign('$')) return false;
-    auto const name = Count(GoesOnWord);
-    mRest.remove_prefix(name);
-    return name != 0;
+    return before.substr(0, before.size() - mRest.size());
   }
   bool TakeNumber() {
     SkipBlanks();
@@ -73,6 +80,7 @@ class Scanner {
     mRest.remove_prefix(sign + size);
     return true;
   }
+  std::string_view get_Rest() const { return mRest; }
   bool TakeText() {
     SkipBlanks();
     return !mRest.empty() && mRest.front() == '\'' && TakeQuoted('\'');
@@ -102,11 +110,34 @@ class Scanner {
   std::string_view mRest;
 };
 
-bool TakeItem(Scanner& ioScanner) {
+// Pieces of the text, as they are written.
+using Texts = std::vector<std::string_view>;
+
+// Where the pieces are kept; any of them may be null.
+struct Pieces {
+  Texts* mName = nullptr;
+  Texts* mColumns = nullptr;
+  Texts* mParameters = nullptr;       // an empty one for an item that is none
+  std::string_view* mRest = nullptr;  // the text from VALUES on
+};
+
+void Keep(Texts* outTexts, std::string_view inText) {
+  if (outTexts) outTexts->push_back(inText);
+}
+
+bool TakeItem(Scanner& ioScanner, Texts* outParameters) {
   static constexpr std::array<std::string_view, 4> kWords = {"default", "null", "true", "false"};
-  if (ioScanner.TakeParameter() || ioScanner.TakeNumber() || ioScanner.TakeText()) return true;
+  auto const parameter = ioScanner.TakeParameter();
+  Keep(outParameters, parameter);
+  if (!parameter.empty() || ioScanner.TakeNumber() || ioScanner.TakeText()) return true;
   return std::any_of(kWords.begin(), kWords.end(),
                      [&](std::string_view inWord) { return ioScanner.TakeWord(inWord); });
+}
+
+bool TakeIdentifier(Scanner& ioScanner, Texts* outTexts) {
+  auto const name = ioScanner.TakeIdentifier();
+  Keep(outTexts, name);
+  return !name.empty();
 }
 
 template <typename TTake>
@@ -117,28 +148,86 @@ bool TakeList(Scanner& ioScanner, TTake inTake) {
   return ioScanner.TakeSign(')');
 }
 
-bool TakeName(Scanner& ioScanner) {
+bool TakeName(Scanner& ioScanner, Texts* outName) {
   for (int parts = 1; parts <= 3; ++parts) {
-    if (!ioScanner.TakeIdentifier()) return false;
+    if (!TakeIdentifier(ioScanner, outName)) return false;
     if (!ioScanner.TakeSign('.')) return true;
   }
   return false;
 }
 
-}  // namespace
-
-bool IsPlainInsert(std::string_view inSql) noexcept {
+bool TakeInsert(std::string_view inSql, Pieces const& outPieces) {
   Scanner scanner(inSql);
-  if (!scanner.TakeWord("insert") || !scanner.TakeWord("into") || !TakeName(scanner)) {
+  if (!scanner.TakeWord("insert") || !scanner.TakeWord("into") ||
+      !TakeName(scanner, outPieces.mName)) {
     return false;
   }
-  auto const takeColumn = [&] { return scanner.TakeIdentifier(); };
+  auto const takeColumn = [&] { return TakeIdentifier(scanner, outPieces.mColumns); };
   if (scanner.TakeSign('(') && !TakeList(scanner, takeColumn)) return false;
-  auto const takeItem = [&] { return TakeItem(scanner); };
+  if (outPieces.mRest) *outPieces.mRest = scanner.get_Rest();
+  auto const takeItem = [&] { return TakeItem(scanner, outPieces.mParameters); };
   if (!scanner.TakeWord("values") || !scanner.TakeSign('(')) return false;
   if (!TakeList(scanner, takeItem)) return false;
   (void)scanner.TakeSign(';');
   return scanner.TakeEnd();
+}
+
+std::string Unquoted(std::string_view inText) {
+  if (inText.front() != '"') return std::string(inText);
+  std::string name;
+  for (std::size_t i = 1; i + 1 < inText.size(); ++i) {
+    name += inText[i];
+    if (inText[i] == '"') ++i;
+  }
+  return name;
+}
+
+std::vector<std::string> Unquoted(Texts const& inTexts) {
+  std::vector<std::string> names;
+  for (std::string_view const text : inTexts) names.push_back(Unquoted(text));
+  return names;
+}
+
+// The 0-based number of a parameter that stands at that place; nothing for a name.
+std::optional<std::uint32_t> NumberOf(std::string_view inParameter, std::size_t inPlace) {
+  if (inParameter == "?") return static_cast<std::uint32_t>(inPlace);
+  if (inParameter.size() < 2) return std::nullopt;
+  std::uint32_t number = 0;
+  char const* const end = inParameter.data() + inParameter.size();
+  auto const [rest, error] = std::from_chars(inParameter.data() + 1, end, number);
+  if (error != std::errc{} || rest != end || number == 0) return std::nullopt;
+  return number - 1;
+}
+
+bool IsEachOnce(std::vector<std::uint32_t> inNumbers) {
+  std::sort(inNumbers.begin(), inNumbers.end());
+  for (std::size_t i = 0; i < inNumbers.size(); ++i) {
+    if (inNumbers[i] != i) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool IsPlainInsert(std::string_view inSql) noexcept { return TakeInsert(inSql, {}); }
+
+std::optional<ParameterInsert> ReadParameterInsert(std::string_view inSql) {
+  Texts name;
+  Texts columns;
+  Texts parameters;
+  std::string_view rest;
+  if (!TakeInsert(inSql, {&name, &columns, &parameters, &rest})) return std::nullopt;
+  ParameterInsert insert{std::string(inSql.substr(0, inSql.size() - rest.size())),
+                         Unquoted(name),
+                         Unquoted(columns),
+                         {}};
+  for (std::string_view const parameter : parameters) {
+    auto const number = NumberOf(parameter, insert.mParameters.size());
+    if (!number) return std::nullopt;
+    insert.mParameters.push_back(*number);
+  }
+  if (!IsEachOnce(insert.mParameters)) return std::nullopt;
+  return insert;
 }
 
 }  // namespace lumora

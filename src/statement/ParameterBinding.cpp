@@ -17,38 +17,55 @@ std::string NoSuchParameter(std::uint32_t inPosition, idx_t inCount) {
          ", statement only has " + std::to_string(inCount) + " parameter(s)";
 }
 
-duckdb_c::ValueHandle MakeParameter(tarn::I_Value* inValue, std::uint32_t inIndex,
-                                    ParameterTypes const* inTypes,
-                                    I_DatabaseLink* const& inDatabase) {
+}  // namespace
+
+void RowBinder::Clear() {
+  if (duckdb_clear_bindings(mPrepared.get()) != DuckDBSuccess) {
+    ThrowError(mDatabase, duckdb_c::TextOr(duckdb_prepare_error(mPrepared.get()),
+                                           statement_text::kClearBindings));
+  }
+  mParameters = duckdb_nparams(mPrepared.get());
+}
+
+void RowBinder::Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterCell& outCell) const {
   try {
-    if (!inTypes) return MakeDuckDBValue(inValue);
-    return inTypes->MakeValue(inIndex, inValue);
+    // A copy: the value may call back and prepare another statement, with types of its own.
+    auto const types = mTypes;
+    if (types) {
+      types->Read(inIndex, inValue, outCell);
+    } else {
+      ReadParameter(inValue, 0, outCell);
+    }
   } catch (ValueError const& error) {
-    ThrowError(inDatabase, error.what());
+    ThrowError(mDatabase, error.what());
   }
 }
 
-}  // namespace
+void RowBinder::Bind(std::uint32_t inIndex, ParameterCell& ioCell) const {
+  auto const value = mTypes ? mTypes->MakeValue(inIndex, ioCell) : MakeValue(ioCell);
+  if (inIndex >= mParameters) ThrowError(mDatabase, NoSuchParameter(inIndex + 1, mParameters));
+  if (duckdb_bind_value(mPrepared.get(), inIndex + 1, value.get()) != DuckDBSuccess) {
+    ThrowError(mDatabase, duckdb_c::TextOr(duckdb_prepare_error(mPrepared.get()),
+                                           statement_text::kBindParameter));
+  }
+}
+
+void RowBinder::BindFrom(tarn::ValueRow const& inRow, std::uint32_t inFirst) const {
+  ParameterCell cell;
+  for (std::uint32_t i = inFirst; i < inRow.get_Count(); ++i) {
+    tarn::smart_ptr<tarn::I_Value> const element = inRow.get_Item(i);
+    Read(i, element.get(), cell);
+    Bind(i, cell);
+  }
+}
 
 void BindRow(duckdb_c::PreparedHandle const& inPrepared, tarn::ValueRow const* inRow,
              I_DatabaseLink* const& inDatabase,
              std::shared_ptr<ParameterTypes const> const& inTypes) {
   if (!inPrepared) return;
-  if (duckdb_clear_bindings(inPrepared.get()) != DuckDBSuccess) {
-    ThrowError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),
-                                            statement_text::kClearBindings));
-  }
-  if (!inRow) return;
-  idx_t const parameters = duckdb_nparams(inPrepared.get());
-  for (std::uint32_t i = 0; i < inRow->get_Count(); ++i) {
-    tarn::smart_ptr<tarn::I_Value> const element = inRow->get_Item(i);
-    auto const value = MakeParameter(element.get(), i, inTypes.get(), inDatabase);
-    if (i >= parameters) ThrowError(inDatabase, NoSuchParameter(i + 1, parameters));
-    if (duckdb_bind_value(inPrepared.get(), i + 1, value.get()) != DuckDBSuccess) {
-      ThrowError(inDatabase, duckdb_c::TextOr(duckdb_prepare_error(inPrepared.get()),
-                                              statement_text::kBindParameter));
-    }
-  }
+  RowBinder binder(inPrepared, inDatabase, inTypes);
+  binder.Clear();
+  if (inRow) binder.BindFrom(*inRow, 0);
 }
 
 }  // namespace lumora

@@ -29,13 +29,17 @@ ParameterTypes::ParameterTypes(duckdb_prepared_statement inPrepared, std::string
   }
 }
 
-ValueHandle ParameterTypes::MakeValue(std::uint32_t inIndex, tarn::I_Value* inValue) const {
-  if (inIndex >= mParameters.size()) return MakeDuckDBValue(inValue);
-  Parameter const& parameter = mParameters[inIndex];
-  if (parameter.mNull && (!inValue || inValue->get_IsNull())) {
-    return ValueHandle(duckdb_get_list_child(parameter.mNull.get(), 0));
+void ParameterTypes::Read(std::uint32_t inIndex, tarn::I_Value* inValue,
+                          ParameterCell& outCell) const {
+  ReadParameter(inValue, inIndex < mParameters.size() ? mParameters[inIndex].mType : 0, outCell);
+}
+
+ValueHandle ParameterTypes::MakeValue(std::uint32_t inIndex, ParameterCell& ioCell) const {
+  if (ioCell.mType == ParameterCell::kNull && inIndex < mParameters.size() &&
+      mParameters[inIndex].mNull) {
+    return ValueHandle(duckdb_get_list_child(mParameters[inIndex].mNull.get(), 0));
   }
-  return MakeDuckDBValue(inValue, parameter.mType);
+  return lumora::MakeValue(ioCell);
 }
 
 }  // namespace lumora

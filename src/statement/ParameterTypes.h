@@ -5,6 +5,7 @@
 
 #include "duckdb_c/Handles.h"
 #include "duckdb_c/Types.h"
+#include "statement/ParameterCell.h"
 #include "tarn/Value.h"
 
 namespace lumora {
@@ -21,8 +22,9 @@ class ParameterTypes {
   // inSql: the statement's text. Empty (no types) for any statement but a plain INSERT.
   ParameterTypes(duckdb_prepared_statement inPrepared, std::string_view inSql);
 
-  // The value for the parameter of that 0-based index. Errors: those of MakeDuckDBValue.
-  duckdb_c::ValueHandle MakeValue(std::uint32_t inIndex, tarn::I_Value* inValue) const;
+  // The value for the parameter of that 0-based index. Errors: those of ReadParameter.
+  void Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterCell& outCell) const;
+  duckdb_c::ValueHandle MakeValue(std::uint32_t inIndex, ParameterCell& ioCell) const;
 
  private:
   struct Parameter {

@@ -2,8 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <limits>
-#include <memory>
 #include <utility>
 
 #include "statement/StatementErrors.h"
@@ -20,36 +18,35 @@ using duckdb_c::ValueHandle;
 // A value may wrap itself; the limit ends that walk long before the stack does.
 constexpr unsigned kDeepest = 100;
 
-ValueHandle Convert(tarn::I_Value* inValue, TypeId inTarget, unsigned inDepth);
+using Value = tarn::I_Value;
+using Cell = ParameterCell;
 
-ValueHandle MakeNull() { return ValueHandle(duckdb_create_null_value()); }
+void Read(Value* inValue, TypeId inTarget, Cell& outCell, unsigned inDepth);
 
-ValueHandle MakeText(tarn::I_Value& inValue, TypeId, unsigned) {
-  std::string const text = tarn::StFromUTF16(inValue.get_String(), tarn::GetConverter_UTF8());
-  return ValueHandle(duckdb_create_varchar_length(text.data(), text.size()));
+void ReadText(Value& inValue, TypeId, Cell& outCell, unsigned) {
+  outCell.SetText(DUCKDB_TYPE_VARCHAR,
+                  tarn::StFromUTF16(inValue.get_String(), tarn::GetConverter_UTF8()));
 }
 
-ValueHandle MakeBlob(tarn::I_ValueBinary const& inBytes) {
-  std::uint32_t const size = inBytes.get_DataSize();
-  auto const buffer = std::make_unique<std::uint8_t[]>(size);
-  std::uint32_t const copied = inBytes.get_Data(buffer.get(), size);
-  return ValueHandle(duckdb_create_blob(buffer.get(), copied < size ? copied : size));
+void ReadBytes(tarn::I_ValueBinary const& inBytes, Cell& outCell) {
+  std::string bytes(inBytes.get_DataSize(), '\0');
+  std::uint32_t const copied =
+      inBytes.get_Data(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+  if (copied < bytes.size()) bytes.resize(copied);
+  outCell.SetText(DUCKDB_TYPE_BLOB, std::move(bytes));
 }
 
-// Codes whose value is one getter and one constructor.
-template <auto TGet, auto TCreate>
-ValueHandle MakeScalar(tarn::I_Value& inValue, TypeId, unsigned) {
-  return ValueHandle(TCreate((inValue.*TGet)()));
+// Codes whose value is what one getter gives.
+template <auto TGet, TypeId TType>
+void ReadScalar(Value& inValue, TypeId, Cell& outCell, unsigned) {
+  outCell.Set(TType, (inValue.*TGet)());
 }
 
 // Whole numbers take the parameter's type where they fit, else their own.
-template <auto TGet, auto TCreate>
-ValueHandle MakeWhole(tarn::I_Value& inValue, TypeId inTarget, unsigned) {
+template <auto TGet, TypeId TType>
+void ReadWhole(Value& inValue, TypeId inTarget, Cell& outCell, unsigned) {
   auto const number = (inValue.*TGet)();
-  if (inTarget != 0) {
-    if (ValueHandle value = MakeWholeNumber(number, inTarget)) return value;
-  }
-  return ValueHandle(TCreate(number));
+  if (!SetWholeNumber(outCell, inTarget, number)) outCell.Set(TType, number);
 }
 
 bool FitsInByte(std::int16_t inPart) { return inPart >= INT8_MIN && inPart <= INT8_MAX; }
@@ -72,16 +69,16 @@ duckdb_date_struct MakeDateStruct(std::int32_t inYear, std::int16_t inMonth, std
   return {inYear, static_cast<std::int8_t>(inMonth), static_cast<std::int8_t>(inDay)};
 }
 
-ValueHandle MakeDate(tarn::I_Value& inValue, TypeId inTarget, unsigned inDepth) {
+void ReadDate(Value& inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) {
   auto const view = tarn::query_interface<tarn::I_ValueDate>(&inValue, tarn::kIID_ValueDate);
-  if (!view) return MakeText(inValue, inTarget, inDepth);
+  if (!view) return ReadText(inValue, inTarget, outCell, inDepth);
   std::int32_t year = 0;
   std::int16_t month = 0;
   std::int16_t day = 0;
   view->get_Date(year, month, day);
   auto const parts = MakeDateStruct(year, month, day, statement_text::kDateOutOfRange);
-  return ValueHandle(duckdb_create_date(
-      AskDuckDB([&] { return duckdb_to_date(parts); }, statement_text::kDateOutOfRange)));
+  outCell.Set(DUCKDB_TYPE_DATE,
+              AskDuckDB([&] { return duckdb_to_date(parts); }, statement_text::kDateOutOfRange));
 }
 
 duckdb_timestamp_struct MakeTimestampStruct(tarn::DateTimeParts const& inParts) {
@@ -94,85 +91,91 @@ duckdb_timestamp_struct MakeTimestampStruct(tarn::DateTimeParts const& inParts) 
            static_cast<std::int8_t>(inParts.mSecond), inParts.mMillisecond * 1000}};
 }
 
-ValueHandle MakeDateTime(tarn::I_Value& inValue, TypeId inTarget, unsigned inDepth) {
+void ReadDateTime(Value& inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) {
   auto const view =
       tarn::query_interface<tarn::I_ValueDateTime>(&inValue, tarn::kIID_ValueDateTime);
-  if (!view) return MakeText(inValue, inTarget, inDepth);
+  if (!view) return ReadText(inValue, inTarget, outCell, inDepth);
   auto const parts = MakeTimestampStruct(view->get_DateTime());
   duckdb_timestamp const stamp =
       AskDuckDB([&] { return duckdb_to_timestamp(parts); }, statement_text::kDateTimeOutOfRange);
   duckdb_timestamp_ms const milliseconds{stamp.micros / 1000};
   if (inTarget == DUCKDB_TYPE_TIMESTAMP) {
-    return ValueHandle(duckdb_create_timestamp({milliseconds.millis * 1000}));
+    outCell.Set(DUCKDB_TYPE_TIMESTAMP, duckdb_timestamp{milliseconds.millis * 1000});
+  } else {
+    outCell.Set(DUCKDB_TYPE_TIMESTAMP_MS, milliseconds);
   }
-  return ValueHandle(duckdb_create_timestamp_ms(milliseconds));
 }
 
-ValueHandle MakeWrapped(tarn::I_Value& inValue, TypeId inTarget, unsigned inDepth) {
+void ReadWrapped(Value& inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) {
   auto const view = tarn::query_interface<tarn::I_ValueWrapper>(&inValue, tarn::kIID_ValueWrapper);
-  if (!view) return MakeNull();
+  if (!view) return outCell.SetNull();
   if (inDepth == kDeepest) throw ValueError(statement_text::kNestedTooDeeply);
-  return Convert(view->get_InnerValue().get(), inTarget, inDepth + 1);
+  Read(view->get_InnerValue().get(), inTarget, outCell, inDepth + 1);
 }
 
-using Value = tarn::I_Value;
-using Maker = ValueHandle (*)(Value&, TypeId, unsigned);
+using Reader = void (*)(Value&, TypeId, Cell&, unsigned);
 
 constexpr std::uint32_t kCodes = static_cast<std::uint32_t>(tarn::ValueType::kWrapped) + 1;
 
-constexpr std::array<Maker, kCodes> MakeTable() {
-  std::array<Maker, kCodes> table{};
-  for (auto& maker : table) maker = MakeText;
-  auto const set = [&table](tarn::ValueType inCode, Maker inMaker) {
-    table[static_cast<std::uint32_t>(inCode)] = inMaker;
+constexpr std::array<Reader, kCodes> MakeTable() {
+  std::array<Reader, kCodes> table{};
+  for (auto& reader : table) reader = ReadText;
+  auto const set = [&table](tarn::ValueType inCode, Reader inReader) {
+    table[static_cast<std::uint32_t>(inCode)] = inReader;
   };
   using enum tarn::ValueType;
-  constexpr Maker byte = MakeWhole<&Value::get_Byte, duckdb_create_uint8>;
-  constexpr Maker ushort = MakeWhole<&Value::get_UShort, duckdb_create_uint16>;
-  constexpr Maker medium = MakeWhole<&Value::get_Long, duckdb_create_int32>;
-  constexpr Maker umedium = MakeWhole<&Value::get_ULong, duckdb_create_uint32>;
-  constexpr Maker real = MakeScalar<&Value::get_Double, duckdb_create_double>;
-  set(kBoolean, MakeScalar<&Value::get_Boolean, duckdb_create_bool>);
+  constexpr Reader byte = ReadWhole<&Value::get_Byte, DUCKDB_TYPE_UTINYINT>;
+  constexpr Reader ushort = ReadWhole<&Value::get_UShort, DUCKDB_TYPE_USMALLINT>;
+  constexpr Reader medium = ReadWhole<&Value::get_Long, DUCKDB_TYPE_INTEGER>;
+  constexpr Reader umedium = ReadWhole<&Value::get_ULong, DUCKDB_TYPE_UINTEGER>;
+  constexpr Reader real = ReadScalar<&Value::get_Double, DUCKDB_TYPE_DOUBLE>;
+  set(kBoolean, ReadScalar<&Value::get_Boolean, DUCKDB_TYPE_BOOLEAN>);
   set(kByte, byte);
-  set(kShort, MakeWhole<&Value::get_Short, duckdb_create_int16>);
+  set(kShort, ReadWhole<&Value::get_Short, DUCKDB_TYPE_SMALLINT>);
   set(kUShort, ushort);
   set(kMedium, medium);
   set(kUMedium, umedium);
   set(kLong, medium);
   set(kULong, umedium);
-  set(kLLong, MakeWhole<&Value::get_LLong, duckdb_create_int64>);
-  set(kULLong, MakeWhole<&Value::get_ULLong, duckdb_create_uint64>);
-  set(kFloat, MakeScalar<&Value::get_Float, duckdb_create_float>);
+  set(kLLong, ReadWhole<&Value::get_LLong, DUCKDB_TYPE_BIGINT>);
+  set(kULLong, ReadWhole<&Value::get_ULLong, DUCKDB_TYPE_UBIGINT>);
+  set(kFloat, ReadScalar<&Value::get_Float, DUCKDB_TYPE_FLOAT>);
   set(kDouble, real);
   set(kMoney, real);
   set(kNumeric, real);
-  set(kDate, MakeDate);
-  set(kDateTime, MakeDateTime);
+  set(kDate, ReadDate);
+  set(kDateTime, ReadDateTime);
   set(kEnum8, byte);
   set(kEnum16, ushort);
-  set(kWrapped, MakeWrapped);
+  set(kWrapped, ReadWrapped);
   return table;
 }
 
-constexpr std::array<Maker, kCodes> kMakers = MakeTable();
+constexpr std::array<Reader, kCodes> kReaders = MakeTable();
 
-ValueHandle Convert(Value* inValue, TypeId inTarget, unsigned inDepth) {
-  if (!inValue || inValue->get_IsNull()) return MakeNull();
+void Read(Value* inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) {
+  if (!inValue || inValue->get_IsNull()) return outCell.SetNull();
   if (auto const bytes =
           tarn::query_interface<tarn::I_ValueBinary>(inValue, tarn::kIID_ValueBinary)) {
-    return MakeBlob(*bytes);
+    return ReadBytes(*bytes, outCell);
   }
   if (auto const object = tarn::query_interface<tarn::I_ValueJSON>(inValue, tarn::kIID_ValueJSON)) {
-    if (IsVariantEnvelope(*object)) return ReadVariantEnvelope(*object);
+    if (IsVariantEnvelope(*object)) return outCell.SetValue(ReadVariantEnvelope(*object));
   }
   auto const code = static_cast<std::uint32_t>(inValue->get_Type());
-  return (code < kCodes ? kMakers[code] : MakeText)(*inValue, inTarget, inDepth);
+  (code < kCodes ? kReaders[code] : ReadText)(*inValue, inTarget, outCell, inDepth);
 }
 
 }  // namespace
 
+void ReadParameter(Value* inValue, TypeId inTarget, ParameterCell& outCell) {
+  Read(inValue, inTarget, outCell, 1);
+}
+
 ValueHandle MakeDuckDBValue(Value* inValue, TypeId inTarget) {
-  return Convert(inValue, inTarget, 1);
+  ParameterCell cell;
+  ReadParameter(inValue, inTarget, cell);
+  return MakeValue(cell);
 }
 
 }  // namespace lumora

@@ -4,6 +4,7 @@
 
 #include "duckdb_c/Handles.h"
 #include "duckdb_c/Types.h"
+#include "statement/ParameterCell.h"
 #include "tarn/Value.h"
 
 namespace lumora {
@@ -15,7 +16,7 @@ class ValueError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The DuckDB value that a host value is bound as, told by its views first (bytes, variant envelope)
+// What a host value is bound as, told by its views first (bytes, variant envelope)
 // and then by its type code. A null pointer and a null value give SQL NULL; codes without a rule of
 // their own give the value's text. Wrapped values give what they hold, up to 100 deep.
 //
@@ -26,6 +27,9 @@ class ValueError : public std::runtime_error {
 //
 // Errors: ValueError; xDuckDBError 0x72501 ("variant", message) for an envelope;
 // std::invalid_argument and std::out_of_range for an INT8 envelope that holds no number.
+void ReadParameter(tarn::I_Value* inValue, duckdb_c::TypeId inTarget, ParameterCell& outCell);
+
+// The same as a value of DuckDB's.
 duckdb_c::ValueHandle MakeDuckDBValue(tarn::I_Value* inValue, duckdb_c::TypeId inTarget = 0);
 
 }  // namespace lumora

@@ -146,6 +146,10 @@ void duckdb_destroy_data_chunk(duckdb_data_chunk* chunk) {
   Forget(gChunks, chunk);
   LUMORA_NEXT(duckdb_destroy_data_chunk)(chunk);
 }
+duckdb_state duckdb_appender_flush(duckdb_appender appender) {
+  if (Fails(Call::kFlushAppender)) return DuckDBError;
+  return LUMORA_NEXT(duckdb_appender_flush)(appender);
+}
 const char* duckdb_column_name(duckdb_result* result, idx_t column) {
   if (Fails(Call::kColumnName)) return nullptr;
   return LUMORA_NEXT(duckdb_column_name)(result, column);

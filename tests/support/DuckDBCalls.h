@@ -44,6 +44,7 @@ enum class Call {
   kGetChunk,  // duckdb_result_get_chunk
   kColumnName,
   kFetchChunk,
+  kFlushAppender,
   kCount,
 };
 

@@ -27,14 +27,14 @@ std::string Flatten(std::string const& inText) {
 
 std::string get_Page() { return Flatten(ReadAll(fs::path(LUMORA_SOURCE_DIR) / "docs/errors.md")); }
 
-// What looks like a message and is none: SQL, names of types, and what the procedures say of
-// themselves.
+// What looks like a message and is none: SQL, names of types, what the procedures say of
+// themselves, and what is taken off a message of DuckDB's.
 bool IsNoMessage(std::string const& inText) {
   static std::regex const sql(
       "(SELECT|SET|RESET|CREATE|INSERT|CAST|EXPORT|IMPORT|ATTACH|DETACH|USE|ROLLBACK|BEGIN|COMMIT|"
       "FROM|AS|WHERE|LIMIT|AND|COPY|VALUES|WITH|ALTER|DROP|DELETE|READ_ONLY|TIME|TIMESTAMP|MAP|"
       "STORAGE_VERSION|BLOCK_SIZE|FORMAT|PRAGMA|CALL|COMMENT)\\b.*");
-  static std::regex const described("uri[ ,].*|(Reads|Returns) .*");
+  static std::regex const described("uri[ ,].*|(Reads|Returns) .*|Failed to append: ");
   return std::regex_match(inText, sql) || std::regex_match(inText, described);
 }
 

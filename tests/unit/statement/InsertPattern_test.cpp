@@ -74,5 +74,35 @@ TEST(InsertPattern, SurvivesEveryPrefixOfALongText) {
   EXPECT_TRUE(IsPlainInsert(whole));
 }
 
+std::string Parts(std::string_view inSql) {
+  auto const insert = ReadParameterInsert(inSql);
+  if (!insert) return "none";
+  std::string text = insert->mTarget + "|";
+  for (auto const& part : insert->mName) text += "<" + part + ">";
+  text += "|";
+  for (auto const& column : insert->mColumns) text += "<" + column + ">";
+  text += "|";
+  for (auto const parameter : insert->mParameters) text += std::to_string(parameter);
+  return text;
+}
+
+TEST(ParameterInsert, IsTakenApart) {
+  EXPECT_EQ(Parts("INSERT INTO t VALUES (?)"), "INSERT INTO t |<t>||0");
+  EXPECT_EQ(Parts("insert into \"s x\" . \"t\"\"q\"(a,\"B\"\"\") values($2 , ?1);"),
+            "insert into \"s x\" . \"t\"\"q\"(a,\"B\"\"\")|<s x><t\"q>|<a><B\">|10");
+  EXPECT_EQ(Parts("INSERT INTO c.s.t VALUES(?, ?, ?)"), "INSERT INTO c.s.t |<c><s><t>||012");
+}
+
+TEST(ParameterInsert, IsOnlyWhatIsParametersAloneEachOfThemOnce) {
+  for (char const* const sql :
+       {"INSERT INTO t VALUES (?, 5)", "INSERT INTO t VALUES (DEFAULT)",
+        "INSERT INTO t VALUES ($1, $1)", "INSERT INTO t VALUES ($1, $3)",
+        "INSERT INTO t VALUES ($0)", "INSERT INTO t VALUES ($a)", "INSERT INTO t VALUES ($1a)",
+        "INSERT INTO t VALUES ($99999999999)", "INSERT INTO t VALUES (?) RETURNING a",
+        "INSERT INTO t VALUES (?/**/)"}) {
+    EXPECT_EQ(Parts(sql), "none") << sql;
+  }
+}
+
 }  // namespace
 }  // namespace lumora

@@ -1,0 +1,31 @@
+#pragma once
+
+namespace lumora {
+
+// Work that a thread puts off while it calls the host: rows that were read and not yet inserted.
+// What the host calls may call back, and must then find everything done.
+class DeferredWork {
+ public:
+  virtual void Finish() = 0;
+
+ protected:
+  ~DeferredWork() = default;
+};
+
+// For the scope's life the thread's next EngineLockGuard, which every way back into the library
+// makes first, finishes that work, once. What Finish throws, that guard throws. Scopes nest.
+class DeferredWorkScope {
+ public:
+  explicit DeferredWorkScope(DeferredWork& inWork) noexcept;
+  ~DeferredWorkScope();
+  DeferredWorkScope(DeferredWorkScope const&) = delete;
+  DeferredWorkScope& operator=(DeferredWorkScope const&) = delete;
+
+ private:
+  DeferredWork* const mOuter;
+};
+
+// Finishes what this thread has put off, if anything.
+void FinishDeferredWork();
+
+}  // namespace lumora

@@ -1,0 +1,309 @@
+#include <numeric>
+
+#include "support/DatabaseTest.h"
+#include "support/DuckDBCalls.h"
+#include "support/TestValue.h"
+
+// Runs of many parameter rows in the situations that chance does not find.
+namespace {
+
+using namespace lumora::test;
+using ValuePtr = tarn::smart_ptr<tarn::I_Value>;
+using RowPtr = tarn::smart_ptr<tarn::ValueRow>;
+
+constexpr int kRows = 200;
+
+class RowRuns : public DatabaseTest {
+ protected:
+  void SetUp() override {
+    mDatabase = InMemory();
+    mDatabase->Create();
+    Run(mDatabase, "CREATE TABLE t(i INTEGER, s VARCHAR)");
+  }
+
+  static RowPtr Plain(int inNumber) {
+    return MakeRow({MakeLong(inNumber), MakeText("text " + std::to_string(inNumber))});
+  }
+  static std::vector<RowPtr> PlainRows(int inCount) {
+    std::vector<RowPtr> rows;
+    for (int i = 0; i < inCount; ++i) rows.push_back(Plain(i));
+    return rows;
+  }
+  // A row whose number does something when it is read.
+  static RowPtr Acting(int inNumber, std::function<void()> inAct) {
+    tarn::smart_ptr<TestValue> const value(new TestValue(8));
+    value->mNumber = inNumber;
+    value->mOnRead = std::move(inAct);
+    return MakeRow({value, MakeText("acting")});
+  }
+  std::int64_t Execute(std::vector<RowPtr> const& inRows,
+                       std::string const& inSql = "INSERT INTO t VALUES (?, ?)") {
+    mStatement = mDatabase->CreateStatement(Wide(inSql));
+    mStatement->PrepareNext();
+    mStatement->BindParameterRows(MakeRows(inRows));
+    return mStatement->Execute();
+  }
+  std::int64_t Number(std::string const& inSql) { return DatabaseTest::Number(mDatabase, inSql); }
+  std::int64_t Count() { return Number("SELECT count(*) FROM t"); }
+  // How many batches the call makes.
+  static std::uint64_t Batches(std::function<void()> const& inCall) {
+    std::uint64_t const before = get_CallCount(Call::kFlushAppender);
+    inCall();
+    return get_CallCount(Call::kFlushAppender) - before;
+  }
+
+  Database mDatabase;
+  tarn::smart_ptr<tarn::lsql::I_DuckDBStatement> mStatement;
+};
+
+TEST_F(RowRuns, OfPlainRowsAreOneBatchInOrder) {
+  EXPECT_EQ(Batches([&] { EXPECT_EQ(Execute(PlainRows(kRows)), 1); }), 1U);
+  EXPECT_EQ(Count(), kRows);
+  EXPECT_EQ(Number("SELECT count(*) FROM t WHERE i <> rowid OR s <> 'text ' || i"), 0);
+}
+
+TEST_F(RowRuns, ThatAreShortAreNoBatch) {
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(30)); }), 0U);
+  EXPECT_EQ(Count(), 30);
+}
+
+TEST_F(RowRuns, OfManyBatchesLoseNothing) {
+  int const rows = 250000;
+  EXPECT_EQ(Batches([&] { EXPECT_EQ(Execute(std::vector<RowPtr>(rows, Plain(1))), 1); }), 3U);
+  EXPECT_EQ(Count(), rows);
+}
+
+TEST_F(RowRuns, OfLongTextsAreBatchesOfBoundedSize) {
+  RowPtr const row = MakeRow({MakeLong(1), MakeText(std::string(1 << 20, 'x'))});
+  EXPECT_EQ(Batches([&] { Execute(std::vector<RowPtr>(100, row)); }), 0U);
+  EXPECT_EQ(Count(), 100);
+  RowPtr const shorter = MakeRow({MakeLong(1), MakeText(std::string(1 << 17, 'x'))});
+  EXPECT_EQ(Batches([&] { Execute(std::vector<RowPtr>(600, shorter)); }), 5U);
+  EXPECT_EQ(Number("SELECT count(*) FROM t WHERE length(s) = 131072"), 600);
+}
+
+TEST_F(RowRuns, AFailingRowLeavesThoseBeforeItAndNoneAfterIt) {
+  Run(mDatabase, "CREATE TABLE k(i INTEGER PRIMARY KEY, s VARCHAR)");
+  for (int const failing : {0, 1, 31, 32, 100, kRows - 2, kRows - 1}) {
+    Run(mDatabase, "DELETE FROM k");
+    Run(mDatabase, "INSERT INTO k VALUES (-1, 'there')");
+    auto rows = PlainRows(kRows);
+    rows[static_cast<std::size_t>(failing)] = Plain(-1);
+    EXPECT_EQ(
+        ThrownBy([&] { Execute(rows, "INSERT INTO k VALUES (?, ?)"); }).mText2,
+        R"({"exception_type":"Constraint","exception_message":"Duplicate key \"i: -1\" violates primary key constraint."})");
+    EXPECT_EQ(Number("SELECT count(*) FROM k WHERE i >= 0"), failing);
+    EXPECT_EQ(Number("SELECT coalesce(max(i), -1) FROM k"), failing - 1);
+  }
+}
+
+TEST_F(RowRuns, AFailingRowOfManyCostsNoRunOfAllOfThem) {
+  Run(mDatabase, "CREATE TABLE k(i INTEGER PRIMARY KEY, s VARCHAR)");
+  auto rows = PlainRows(20000);
+  rows[19990] = Plain(5);
+  std::uint64_t const before = get_CallCount(Call::kExecutePrepared);
+  EXPECT_NE(ThrownBy([&] { Execute(rows, "INSERT INTO k VALUES (?, ?)"); }), Thrown());
+  EXPECT_LT(get_CallCount(Call::kExecutePrepared) - before, 100U);
+  EXPECT_EQ(Number("SELECT count(*) FROM k"), 19990);
+}
+
+TEST_F(RowRuns, ABatchThatDuckDBRefusesIsRunRowByRowAndOnce) {
+  FailingCall const failing(Call::kFlushAppender);
+  EXPECT_EQ(Execute(PlainRows(kRows)), 1);
+  EXPECT_EQ(Count(), kRows);
+  EXPECT_EQ(Number("SELECT count(DISTINCT i) FROM t"), kRows);
+}
+
+TEST_F(RowRuns, InATransactionAreUndoneByItsRollback) {
+  Run(mDatabase, "BEGIN");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows)); }), 1U);
+  EXPECT_EQ(Count(), kRows);
+  Run(mDatabase, "ROLLBACK");
+  EXPECT_EQ(Count(), 0);
+}
+
+TEST_F(RowRuns, InATransactionAreNoBatchWhereARowCouldFail) {
+  Run(mDatabase, "CREATE TABLE k(i TINYINT, s VARCHAR UNIQUE)");
+  Run(mDatabase, "BEGIN");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(100), "INSERT INTO k VALUES (?, ?)"); }), 0U);
+  Run(mDatabase, "ALTER TABLE t ALTER i TYPE DATE");
+  EXPECT_EQ(Batches([&] { EXPECT_NE(ThrownBy([&] { Execute(PlainRows(100)); }), Thrown()); }), 0U);
+  Run(mDatabase, "ROLLBACK");
+}
+
+TEST_F(RowRuns, InATransactionTouchNoDatabaseThatTheRowsDoNot) {
+  Database const here = Created("here.db");
+  Run(here, "CREATE TABLE t(i INTEGER, s VARCHAR)");
+  Database const same = Opened("here.db");
+  Run(same, "ATTACH ':memory:' AS other");
+  Run(same, "CREATE TABLE other.o(i INTEGER)");
+  mDatabase = here;
+  Run(here, "BEGIN");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows)); }), 0U);
+  Run(same, "INSERT INTO other.o VALUES (1)");
+  // The transaction looks at the other database for the first time now.
+  EXPECT_EQ(Number("SELECT count(*) FROM other.o"), 1);
+  Run(here, "COMMIT");
+}
+
+TEST_F(RowRuns, TakeEachDefaultThatIsToBeCalledForEachRow) {
+  Run(mDatabase, "CREATE SEQUENCE q");
+  Run(mDatabase,
+      "CREATE TABLE d(i INTEGER, s VARCHAR, n INTEGER DEFAULT nextval('q'), "
+      "m TIMESTAMPTZ DEFAULT now())");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows), "INSERT INTO d(i, s) VALUES (?, ?)"); }), 0U);
+  EXPECT_EQ(Number("SELECT count(*) FROM d WHERE n = i + 1"), kRows);
+  EXPECT_EQ(Number("SELECT count(DISTINCT m) FROM d"), kRows);
+  EXPECT_EQ(Number("SELECT nextval('q')"), kRows + 1);
+}
+
+TEST_F(RowRuns, OfAConnectionThatRecordsItsStatementsAreRecordedOneByOne) {
+  Run(mDatabase, "SET preserve_insertion_order = false");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows)); }), 0U);
+  Run(mDatabase, "SET preserve_insertion_order = true");
+  Run(mDatabase, "PRAGMA enable_profiling = 'no_output'");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows)); }), 0U);
+  Run(mDatabase, "PRAGMA disable_profiling");
+  EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows)); }), 1U);
+}
+
+TEST_F(RowRuns, AreNotMisledByNamesOfTheUser) {
+  Run(mDatabase, "CREATE TABLE lumora_parameter_rows(p1 INTEGER, p2 VARCHAR)");
+  Run(mDatabase,
+      "CREATE MACRO now() AS 1; CREATE MACRO epoch_us(x) AS 2; CREATE MACRO lower(x) AS 'none'; "
+      "CREATE MACRO current_setting(x) AS NULL; CREATE MACRO duckdb_constraints() AS TABLE SELECT "
+      "3");
+  EXPECT_EQ(Batches([&] {
+              Execute(PlainRows(kRows), "INSERT INTO lumora_parameter_rows VALUES ($1, $2)");
+            }),
+            1U);
+  EXPECT_EQ(Number("SELECT count(*) FROM lumora_parameter_rows WHERE p2 = 'text ' || p1"), kRows);
+}
+
+TEST_F(RowRuns, LeaveNothingInTheCatalog) {
+  char const* const all =
+      "SELECT (SELECT count(*) FROM duckdb_functions()) * 1000000 + (SELECT count(*) FROM "
+      "duckdb_tables()) * 1000 + (SELECT count(*) FROM duckdb_views()) + (SELECT count(*) FROM "
+      "duckdb_types())";
+  std::int64_t const before = Number(all);
+  std::int64_t meanwhile = 0;
+  auto rows = PlainRows(kRows);
+  rows[100] = Acting(100, [&] { meanwhile = Number(all); });
+  Execute(rows);
+  EXPECT_EQ(meanwhile, before);
+  EXPECT_EQ(Number(all), before);
+}
+
+TEST_F(RowRuns, AHostValueFindsTheRowsBeforeItsOwn) {
+  auto rows = PlainRows(kRows);
+  std::int64_t seen = -1;
+  rows[150] = Acting(150, [&] { seen = Count(); });
+  EXPECT_EQ(Execute(rows), 1);
+  EXPECT_EQ(seen, 150);
+  EXPECT_EQ(Count(), kRows);
+  EXPECT_EQ(Number("SELECT count(*) FROM t WHERE i <> rowid"), 0);
+}
+
+TEST_F(RowRuns, AHostValueThatFailsLeavesTheRowsBeforeItsOwn) {
+  auto rows = PlainRows(kRows);
+  rows[150] = Acting(150, [] { throw std::runtime_error("the host's own"); });
+  EXPECT_EQ(ThrownBy([&] { Execute(rows); }), (Thrown{"runtime_error", 0, "the host's own"}));
+  EXPECT_EQ(Count(), 150);
+}
+
+TEST_F(RowRuns, ARowBeforeOneWhoseValueFailsFailsFirst) {
+  auto rows = PlainRows(kRows);
+  rows[120] = MakeRow({MakeText("no number"), MakeText("")});
+  rows[121] = MakeRow({MakeText("121"), MakeText("")});
+  rows[150] = Acting(150, [] { throw std::runtime_error("too late"); });
+  EXPECT_THAT(ThrownBy([&] { Execute(rows); }).mText2, testing::HasSubstr("no number"));
+  EXPECT_EQ(Count(), 120);
+}
+
+TEST_F(RowRuns, ARowThatFailsBecauseOfACallBackIsToldEvenWhenTheHostKeepsIt) {
+  Run(mDatabase, "CREATE TABLE k(i INTEGER PRIMARY KEY, s VARCHAR)");
+  auto rows = PlainRows(kRows);
+  rows[100] = Plain(5);
+  bool isTold = false;
+  rows[150] = Acting(150, [&] {
+    try {
+      (void)Count();
+    } catch (tarn::xException const&) {
+      isTold = true;
+    }
+  });
+  EXPECT_THAT(ThrownBy([&] { Execute(rows, "INSERT INTO k VALUES (?, ?)"); }).mText2,
+              testing::HasSubstr("Duplicate key"));
+  EXPECT_TRUE(isTold);
+  EXPECT_EQ(Number("SELECT count(*) FROM k"), 100);
+}
+
+TEST_F(RowRuns, AHostValueMayCloseTheStatementAfterTheRowsBeforeItsOwn) {
+  auto rows = PlainRows(kRows);
+  rows[150] = Acting(150, [&] { mStatement->Close(); });
+  EXPECT_EQ(ThrownBy([&] { Execute(rows); }).mText1, "unknown");
+  EXPECT_EQ(Count(), 150);
+}
+
+TEST_F(RowRuns, AHostValueMayCloseTheDatabase) {
+  auto rows = PlainRows(kRows);
+  rows[150] = Acting(150, [&] { mDatabase->Close(); });
+  EXPECT_NE(ThrownBy([&] { Execute(rows); }), Thrown());
+  EXPECT_FALSE(mDatabase->get_IsOpen());
+}
+
+TEST_F(RowRuns, AHostValueMayPrepareAndRunTheStatementThatReadsIt) {
+  auto rows = PlainRows(kRows);
+  rows[150] = Acting(150, [&] {
+    mStatement->BindParameters(Plain(-7));
+    mStatement->Execute();
+  });
+  EXPECT_EQ(Execute(rows), 1);
+  EXPECT_EQ(Count(), kRows + 1);
+  EXPECT_EQ(Number("SELECT i FROM t WHERE rowid = 150"), -7);
+  EXPECT_EQ(Number("SELECT i FROM t WHERE rowid = 151"), 150);
+}
+
+TEST_F(RowRuns, RowsThatGoWhileTheyAreReadAreNotRun) {
+  auto plain = PlainRows(kRows);
+  tarn::smart_ptr<tarn::ValueRows> rows;
+  plain[150] = Acting(150, [&] {
+    while (rows->get_Count() > 100) rows->RemoveAt(rows->get_Count());
+  });
+  rows = MakeRows(plain);
+  mStatement = mDatabase->CreateStatement(Wide("INSERT INTO t VALUES (?, ?)"));
+  mStatement->PrepareNext();
+  mStatement->BindParameterRows(rows);
+  mStatement->Execute();
+  EXPECT_EQ(Count(), 151);
+}
+
+TEST_F(RowRuns, ValuesAreReadOnceAndInTheirOrder) {
+  std::vector<int> read;
+  std::vector<RowPtr> rows;
+  for (int i = 0; i < kRows; ++i) rows.push_back(Acting(i, [&read, i] { read.push_back(i); }));
+  mStatement = mDatabase->CreateStatement(Wide("INSERT INTO t VALUES (?, ?)"));
+  mStatement->BindParameterRows(MakeRows(rows));
+  mStatement->PrepareNext();
+  {
+    FailingCall const failing(Call::kFlushAppender);
+    mStatement->Execute();
+  }
+  std::vector<int> wanted(kRows);
+  std::iota(wanted.begin(), wanted.end(), 0);
+  EXPECT_EQ(read, wanted);
+}
+
+TEST_F(RowRuns, RowsOfOtherTypesAreRunInTheirPlace) {
+  Run(mDatabase, "CREATE TABLE d(x DOUBLE, s VARCHAR)");
+  std::vector<RowPtr> rows;
+  for (int i = 0; i < kRows; ++i) {
+    bool const isOther = i == 50 || i == 51 || i == 120;
+    rows.push_back(MakeRow({isOther ? ValuePtr(MakeText(std::to_string(i))) : MakeDouble(i),
+                            isOther ? ValuePtr() : ValuePtr(MakeText("x"))}));
+  }
+  EXPECT_EQ(Batches([&] { Execute(rows, "INSERT INTO d VALUES (?, ?)"); }), 3U);
+  EXPECT_EQ(Number("SELECT count(*) FROM d WHERE x = rowid"), kRows);
+}
+
+}  // namespace
