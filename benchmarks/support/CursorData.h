@@ -22,9 +22,8 @@ namespace lumora::bench {
 }
 
 // Eight columns, 5 % NULL.
-inline std::string MixedTable(long inRows, std::string const& inName) {
-  return "CREATE TABLE " + inName +
-         " AS SELECT "
+inline std::string MixedSelect(long inRows) {
+  return "SELECT "
          "CASE WHEN hash(i, 1) % 20 = 0 THEN NULL ELSE (hash(i, 11) % 2000000000)::INTEGER END AS "
          "a, "
          "CASE WHEN hash(i, 2) % 20 = 0 THEN NULL ELSE (hash(i, 12) >> 2)::BIGINT END AS b, "
@@ -39,6 +38,9 @@ inline std::string MixedTable(long inRows, std::string const& inName) {
          "CASE WHEN hash(i, 8) % 20 = 0 THEN NULL ELSE hash(i, 18) % 2 = 0 END AS h "
          "FROM range(" +
          std::to_string(inRows) + ") r(i)";
+}
+inline std::string MixedTable(long inRows, std::string const& inName) {
+  return "CREATE TABLE " + inName + " AS " + MixedSelect(inRows);
 }
 
 class Data {

@@ -28,12 +28,14 @@ not what it writes. To write it anew:
 
 ## What is lost
 
-- A DECIMAL becomes a double: some 15 digits are kept, scale and exact digits are not.
+- A DECIMAL becomes a double: some 15 digits are kept, scale and exact digits are not. Bound back, one
+  of up to 15 digits is what it was; a wider one is what SQL makes of it by way of a DOUBLE.
 - The host cannot see whether a Short was a TINYINT or a SMALLINT.
 - A DATE, TIME or TIMESTAMP of a plain column is text, and so are 128-bit integers.
 - A DateTime (a VARIANT's TIMESTAMP_MS) ends at milliseconds. The infinite dates and date-times of
-  a VARIANT have no place in a Date or DateTime.
-- A VARIANT of a kind that the host has (the table below) is bound back as that kind.
+  a VARIANT have no place in a Date or DateTime, and are not bound back.
+- A VARIANT of a kind that the host has (the table below) is bound back as that kind; into a VARIANT
+  column it comes as what it was.
 - A VARIANT's OBJECT or ARRAY travels as JSON. Inner values come back as JSON reads them; the last
   table tells which change their type. Text beyond ASCII in them comes back with one character
   for each byte of its UTF-8, for the envelope is escaped byte by byte.
