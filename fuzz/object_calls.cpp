@@ -74,20 +74,21 @@ class Machine : private ObjectModel {
   void ReadCursor(Child<I_DuckDBCursor> const& inCursor);
   void StepResult();
   void StepExtension();
-  void BackupAndRestore(I_DuckDBDatabase& ioDatabase);
   void UnregisterFrom(I_DuckDBDatabase& ioDatabase);
 
   Input& mInput;
   unsigned mDepth = 0;
 };
 
-// Some values take a step of their own when they are read.
+// Some values take a step of their own when they are read, some throw.
 smart_ptr<tarn::I_Value> Machine::TakeValue() {
   if (mInput.TakeBelow(8) != 7 || mDepth >= kDeepest) return lumora::fuzz::TakeValue(mInput);
   smart_ptr<lumora::test::TestValue> const value(
       new lumora::test::TestValue(static_cast<std::uint32_t>(mInput.TakeBelow(40))));
   value->mNumber = mInput.Take<std::int8_t>();
-  value->mOnRead = [this] {
+  bool const isThrowing = mInput.TakeBelow(6) == 5;
+  value->mOnRead = [this, isThrowing] {
+    if (isThrowing) throw ValueFailure("a value that cannot be read");
     if (mDepth >= kDeepest || mInput.get_IsEmpty()) return;
     ++mDepth;
     Step();
@@ -364,14 +365,23 @@ void Machine::StepResult() {
   }
 }
 
-void Machine::BackupAndRestore(I_DuckDBDatabase& ioDatabase) {
-  smart_ptr<tarn::I_Location> folder = tarn::CreateLocation(Wide(get_Folder().At("backup")));
-  (void)Try([&] {
-    ioDatabase.Backup(folder);
-    auto const target = tarn::CreateLocation(Wide(get_Folder().At("c.db")));
-    (void)LoadedExtension::Instance()->RestoreDatabase(target, folder);
+// A backup that is made can be restored, and what is restored opens.
+void BackupAndRestore(I_DuckDBDatabase& ioDatabase) {
+  std::filesystem::path const folder = get_Folder().At("backup");
+  std::filesystem::create_directory(folder);
+  bool const isMade = ObjectModel::Try([&] {
+    smart_ptr<tarn::I_Location> location = tarn::CreateLocation(Wide(folder.string()));
+    ioDatabase.Backup(location);
   });
-  std::filesystem::remove_all(get_Folder().At("backup"));
+  if (isMade) {
+    std::string const made = std::filesystem::directory_iterator(folder)->path().string();
+    auto const target = tarn::CreateLocation(Wide(get_Folder().At("c.db")));
+    auto const restored =
+        LoadedExtension::Instance()->RestoreDatabase(target, tarn::CreateLocation(Wide(made)));
+    restored->Open();
+    restored->Drop();
+  }
+  std::filesystem::remove_all(folder);
 }
 
 void Machine::UnregisterFrom(I_DuckDBDatabase& ioDatabase) {
@@ -437,7 +447,6 @@ void Machine::Finish() {
     database.Drop();
     Require(!database.get_Exists(), "a dropped database is gone");
   }
-  std::filesystem::remove(get_Folder().At("c.db"));
   Require(get_Folder().Names().empty(), "no file is left");
 }
 
@@ -448,12 +457,13 @@ void RunMachine(std::uint8_t const* inData, std::size_t inSize) {
   machine.Finish();
 }
 
-// What is made once and kept does not count: the extension's private database among it.
+// What is made once and kept does not count: the extension's own databases among it.
 bool Prepare() {
   auto const database = LoadedExtension::Instance().Database(":memory:");
   database->Create();
   auto const cursor = database->ExecuteQuery("SELECT [1], {'a': 1}::VARIANT", 2, nullptr);
   while (cursor->NextRecord()) (void)cursor->get_Value(1)->get_String();
+  BackupAndRestore(*database);
   return true;
 }
 

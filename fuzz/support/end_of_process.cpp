@@ -4,6 +4,8 @@
 #include "duckdb_c/Handles.h"
 #include "duckdb_c/PrivateDatabase.h"
 #include "duckdb_c/ScratchDatabase.h"
+#include "support/LoadedExtension.h"
+#include "tarn/lsql/I_DuckDBExtension.h"
 
 // Stands before every fuzzer (the linker's --wrap). The library leaves its own databases open when
 // a process ends, which the leak sanitizer, blind inside of DuckDB, takes for leaks.
@@ -19,6 +21,9 @@ struct CloseAtEnd {
   CloseAtEnd(CloseAtEnd const&) = delete;
   CloseAtEnd& operator=(CloseAtEnd const&) = delete;
   ~CloseAtEnd() {
+    // A loaded extension closes its own with its object.
+    lumora::test::LoadedExtension::GiveUp();
+    tarn::lsql::SetDuckDBExtension(nullptr);
     lumora::duckdb_c::ClosePrivateDatabase();
     lumora::duckdb_c::CloseScratchDatabase();
   }
