@@ -6,6 +6,7 @@
 links    a relative link leads to a file or folder of the tree, and its #anchor to a heading there
 paths    a path in backticks that begins with a folder of the tree is there (<…> and * stand for a name)
 targets  `make NAME` names a target of the Makefile
+tests    `Suite.Name` in docs/limits.md names a test of the tree
 blocks   a fenced block is one that a test runs, or a picture
 """
 
@@ -19,6 +20,9 @@ LINK = re.compile(r"\[[^\]\n]*\]\(\s*<?([^)\s>]+)>?(?:\s+\"[^\"]*\")?\s*\)|^\[[^
 SPAN = re.compile(r"(`+)(.+?)\1", re.DOTALL)
 PATH = re.compile(r"(?:%s)(?:/[\w.+*<>-]*)+" % "|".join(FOLDERS))
 MAKE = re.compile(r"make ([a-z][\w-]*)")
+TEST = re.compile(r"^TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\s*\)", re.MULTILINE)
+NAMED_TEST = re.compile(r"[A-Z]\w*\.[A-Z]\w*")
+PROOFS = {"docs/limits.md"}
 SCHEME = re.compile(r"[a-z][a-z0-9+.-]*:", re.IGNORECASE)
 
 # Run by tests/docs/run_examples.py, by tests/consumer, and not at all.
@@ -95,6 +99,22 @@ def missing_targets(text, targets):
             yield line_of(text, position), f"the Makefile has no target {match.group(1)}"
 
 
+def tests_of(root):
+    """The names of the tree's tests, as the framework spells them."""
+    found = set()
+    for path in (root / "tests").rglob("*.cpp"):
+        text = path.read_text(encoding="utf-8", errors="replace")
+        found |= {".".join(names) for names in TEST.findall(text)}
+    return found
+
+
+def missing_tests(name, text, tests):
+    for match in SPAN.finditer(blanked(text, FENCE)):
+        span = match.group(2)
+        if name in PROOFS and NAMED_TEST.fullmatch(span) and span not in tests:
+            yield line_of(text, match.start()), f"there is no test {span}"
+
+
 def idle_blocks(name, text):
     if text.count("\n```") + text.startswith("```") != 2 * len(FENCE.findall(text)):
         yield 1, "its fenced blocks cannot be told apart"
@@ -115,12 +135,14 @@ def breaches(root):
     makefile = root / "Makefile"
     rules = makefile.read_text(encoding="utf-8") if makefile.exists() else ""
     targets = set(re.findall(r"^([a-z][\w-]*):", rules, re.MULTILINE))
+    tests = tests_of(root)
     found = []
     for name, text in texts.items():
         for check in (
             broken_links(root, name, text),
             missing_paths(root, text),
             missing_targets(text, targets),
+            missing_tests(name, text, tests),
             idle_blocks(name, text),
         ):
             found += [(name, line, what) for line, what in check]

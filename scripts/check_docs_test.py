@@ -34,6 +34,8 @@ CLEAN = {
     ),
     "docs/types.md": "# Types\n[up](../README.md#make-it)\n## What is lost?\n## What is lost?\n```console\n$ true\n```\n",
     "docs/picture.svg": "<svg/>\n",
+    "docs/limits.md": "`Drop.IsRefused` `Rows.AreKept/3` `Drop.isRefused`\n",
+    "tests/a_test.cpp": "TEST_F(Drop, IsRefused) {}\n",
     "docs/embedding.md": "```cpp\nint x;\n```\n",
 }
 
@@ -56,6 +58,7 @@ BREACHES = [
     ("docs/a.md", "```sh\nrm -rf /\n```\n", 1, "no test runs a block of sh"),
     ("docs/a.md", "```cpp\nint x;\n```\n", 1, "no test runs a block of cpp"),
     ("docs/a.md", "```\nint x;\n```\n", 1, "no test runs a block of no language"),
+    ("docs/limits.md", "x\n`Drop.IsAllowed`\n", 2, "there is no test Drop.IsAllowed"),
     ("docs/a.md", "```text\nno end\n", 1, "cannot be told apart"),
 ]
 
