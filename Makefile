@@ -22,7 +22,7 @@ fixed_addresses := $(shell [ "$$(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null || e
 build_with = cd '$(root)' && cmake --build --preset $(1) -j $(JOBS) $(2)
 ctest_with = cd '$(root)' && $(fixed_addresses) ctest --preset $(1) -j $(JOBS) -LE kill $(2)
 
-.PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage package install clean
+.PHONY: help setup setup-data build run test rules ledger format lint asan tsan fuzz bench soak coverage windows mutants package install clean
 
 help: ## this list
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' '$(root)/Makefile'
@@ -112,6 +112,15 @@ coverage: $(root)/build/coverage/build.ninja ## lines and branches that the suit
 	@$(call build_with,coverage)
 	@$(call ctest_with,coverage)
 	@'$(root)/scripts/coverage.sh'
+
+mutants: setup ## mistakes put into a copy of the tree, one at a time: the tests must notice
+	@'$(root)/scripts/mutate.py' -j $(JOBS)
+
+windows: ## a cross build for Windows; the tests that can run under Wine
+	@'$(root)/scripts/setup.sh' --windows
+	@$(MAKE) -f '$(root)/Makefile' '$(root)/build/windows/build.ninja'
+	@$(call build_with,windows)
+	@$(call ctest_with,windows)
 
 package: setup $(root)/build/package/build.ninja ## a .tar.gz and a .deb in build/package/packages
 	@$(call build_with,package,--target product)

@@ -12,18 +12,31 @@ if(LUMORA_DUCKDB_ROOT)
     set(_duckdb_prefix "${LUMORA_DUCKDB_ROOT}")
 else()
     set(_duckdb_prefix "${CMAKE_CURRENT_SOURCE_DIR}/build/deps/duckdb")
+    if(WIN32)
+        set(_duckdb_prefix "${CMAKE_CURRENT_SOURCE_DIR}/build/deps/windows/duckdb")
+    endif()
 endif()
 
 # Not cached: another prefix must be looked at again.
 unset(DuckDB_INCLUDE_DIR CACHE)
 unset(DuckDB_LIBRARY CACHE)
-find_path(DuckDB_INCLUDE_DIR duckdb.h PATHS "${_duckdb_prefix}/include" NO_DEFAULT_PATH)
-find_library(DuckDB_LIBRARY NAMES duckdb PATHS "${_duckdb_prefix}/lib" NO_DEFAULT_PATH)
+find_path(DuckDB_INCLUDE_DIR duckdb.h PATHS "${_duckdb_prefix}/include" NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+find_library(DuckDB_LIBRARY NAMES duckdb PATHS "${_duckdb_prefix}/lib" NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
 
 include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(DuckDB
     REQUIRED_VARS DuckDB_LIBRARY DuckDB_INCLUDE_DIR
     REASON_FAILURE_MESSAGE "No duckdb.h and libduckdb under ${_duckdb_prefix}: run scripts/setup.sh, or set LUMORA_DUCKDB_ROOT to a prefix with include/duckdb.h and lib/libduckdb.so.")
+
+# On Windows what is linked is the import library; the library itself goes where our programs are.
+if(DuckDB_FOUND AND WIN32 AND NOT TARGET DuckDB::DuckDB)
+    add_library(DuckDB::DuckDB SHARED IMPORTED)
+    set_target_properties(DuckDB::DuckDB PROPERTIES
+        IMPORTED_IMPLIB "${DuckDB_LIBRARY}"
+        IMPORTED_LOCATION "${CMAKE_BINARY_DIR}/bin/duckdb.dll"
+        INTERFACE_INCLUDE_DIRECTORIES "${DuckDB_INCLUDE_DIR}")
+    file(COPY "${_duckdb_prefix}/bin/duckdb.dll" DESTINATION "${CMAKE_BINARY_DIR}/bin")
+endif()
 
 if(DuckDB_FOUND AND NOT TARGET DuckDB::DuckDB)
     file(REAL_PATH "${DuckDB_LIBRARY}" _duckdb_file)

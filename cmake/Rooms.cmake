@@ -8,6 +8,9 @@ function(lumora_glob outVariable)
         list(APPEND patterns "${CMAKE_SOURCE_DIR}/${pattern}")
     endforeach()
     file(GLOB found CONFIGURE_DEPENDS ${patterns})
+    if(COMMAND lumora_portable)
+        lumora_portable(found)
+    endif()
     set(${outVariable} "${found}" PARENT_SCOPE)
 endfunction()
 
@@ -28,6 +31,9 @@ else()
         target_link_libraries(LShared
             PRIVATE lumora_warnings lumora_fmt nlohmann_json::nlohmann_json PUBLIC Threads::Threads)
         lumora_link_complete(LShared)
+        if(WIN32)
+            set_target_properties(LShared PROPERTIES PREFIX "")
+        endif()
         # Calls within the library stay within it: no other definition of its functions is wanted.
         if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT WIN32)
             target_compile_options(LShared PRIVATE -fno-semantic-interposition)
@@ -71,7 +77,7 @@ lumora_room(procedures room_duckdb_c)
 lumora_room(extension room_procedures room_database)
 
 # --- the extension ------------------------------------------------------------------------------------
-set(LUMORA_EXTENSION_PATH "${CMAKE_BINARY_DIR}/lib/lumora_duckdb${CMAKE_SHARED_LIBRARY_SUFFIX}")
+set(LUMORA_EXTENSION_PATH "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/lumora_duckdb${CMAKE_SHARED_LIBRARY_SUFFIX}")
 get_target_property(_extension_type room_extension TYPE)
 if(_extension_type STREQUAL "STATIC_LIBRARY")
     # An empty source list is not a target; the rooms bring everything.

@@ -1,12 +1,15 @@
 # lumora, the command-line host. All of it but main.cpp is the static library room_shell, so that tests
 # can link it.
-find_package(CLI11 REQUIRED)
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(EDIT REQUIRED IMPORTED_TARGET libedit)
-pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
-
-add_library(lumora_terminal INTERFACE)
-if(LUMORA_STANDALONE)
+if(NOT TARGET lumora_terminal)
+    find_package(CLI11 REQUIRED)
+    find_package(PkgConfig REQUIRED)
+    pkg_check_modules(EDIT REQUIRED IMPORTED_TARGET libedit)
+    pkg_check_modules(UTF8PROC REQUIRED IMPORTED_TARGET libutf8proc)
+    add_library(lumora_terminal INTERFACE)
+endif()
+if(CMAKE_CROSSCOMPILING)
+    # It came from where the rest of the cross build's libraries come from.
+elseif(LUMORA_STANDALONE)
     target_include_directories(lumora_terminal INTERFACE ${EDIT_INCLUDE_DIRS} ${UTF8PROC_INCLUDE_DIRS})
     target_link_libraries(lumora_terminal INTERFACE libedit.a libbsd.a libmd.a libtinfo.a libutf8proc.a)
     target_compile_definitions(lumora_terminal INTERFACE UTF8PROC_STATIC)
@@ -32,7 +35,7 @@ target_link_libraries(room_shell ${_scope}
     LShared lumora_fmt nlohmann_json::nlohmann_json CLI11::CLI11 lumora_terminal
     Threads::Threads ${CMAKE_DL_LIBS})
 
-if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp")
+if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp" AND NOT CMAKE_CROSSCOMPILING)
     add_executable(lumora "${CMAKE_SOURCE_DIR}/shell/main.cpp")
     target_link_libraries(lumora PRIVATE room_shell lumora_warnings)
 endif()

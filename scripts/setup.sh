@@ -2,8 +2,9 @@
 # Brings a fresh Debian 12 machine to the point where this tree builds: Debian's packages and the pinned
 # files out of npm packages. It may be run any number of times and is quick when nothing is missing.
 #
-#   scripts/setup.sh [--data] [--group NAME]...
+#   scripts/setup.sh [--data] [--windows] [--group NAME]...
 #
+#   --windows     also what a cross build for Windows needs, DuckDB's library for Windows included
 #   --data        also the flights data set that `make run` and `make bench` read
 #   --group NAME  also the packages of that group of scripts/packages.txt
 #
@@ -14,6 +15,7 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 deps="$root/build/deps"
 groups=" "
 want_data=no
+want_windows=no
 
 fail() {
     printf 'setup: %s\n' "$@" >&2
@@ -23,12 +25,16 @@ fail() {
 while [ $# -gt 0 ]; do
     case "$1" in
         --data) want_data=yes ;;
+        --windows)
+            want_windows=yes
+            groups="${groups}windows "
+            ;;
         --group)
             [ $# -ge 2 ] || fail "--group needs a name"
             groups="$groups$2 "
             shift
             ;;
-        *) fail "unknown option $1" "usage: scripts/setup.sh [--data] [--group NAME]..." ;;
+        *) fail "unknown option $1" "usage: scripts/setup.sh [--data] [--windows] [--group NAME]..." ;;
     esac
     shift
 done
@@ -163,9 +169,29 @@ fetch_duckdb() {
     fetch_package duckdb-header
 }
 
+# DuckDB's library for Windows comes without an import library, which the linker needs: it is made of the
+# C functions among the library's exports.
+fetch_duckdb_for_windows() {
+    local prefix="$deps/windows/duckdb"
+    fetch_package duckdb-library-windows
+    fetch_package duckdb-header
+    mkdir -p "$prefix/lib" "$prefix/include"
+    cp -u "$deps/duckdb/include/duckdb.h" "$prefix/include/"
+    [ "$prefix/bin/duckdb.dll" -nt "$prefix/lib/libduckdb.dll.a" ] || return 0
+    {
+        echo "LIBRARY duckdb.dll"
+        echo "EXPORTS"
+        x86_64-w64-mingw32-objdump -p "$prefix/bin/duckdb.dll" |
+            sed -n 's/^[[:space:]]*\[ *[0-9]*\].* \(duckdb_[a-z0-9_]*\)$/\1/p' | sort -u
+    } >"$prefix/lib/duckdb.def"
+    grep -q '^duckdb_query$' "$prefix/lib/duckdb.def" || fail "duckdb.dll exports no duckdb_query"
+    x86_64-w64-mingw32-dlltool -d "$prefix/lib/duckdb.def" -D duckdb.dll -l "$prefix/lib/libduckdb.dll.a"
+}
+
 [ -n "${LUMORA_SKIP_PACKAGES:-}" ] || install_packages
 fetch_duckdb
 [ "$want_data" = no ] || fetch_package data
+[ "$want_windows" = no ] || fetch_duckdb_for_windows
 
 # The front door configures anew when another DuckDB is named than before.
 mkdir -p "$deps"

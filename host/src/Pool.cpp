@@ -1,8 +1,10 @@
 #include "Pool.h"
 
+#include <memory>
 #include <new>
 #include <utility>
 
+#include "Platform.h"
 #include "tarn/Array.h"
 
 namespace tarn {
@@ -19,6 +21,35 @@ Depots& AllDepots() noexcept {
   return *depots;
 }
 
+thread_local bool tEnded = false;
+
+#if defined(_WIN32)
+
+// Gives the thread's pieces back at its end. A compiler that emulates thread-local variables here
+// frees them before it destroys them: only a slot of the system's still knows the cache then.
+void EndCache(void* inCache) {
+  tEnded = true;
+  tCache = nullptr;
+  delete static_cast<ThreadCache*>(inCache);
+}
+
+bool GiveBackAtEnd(ThreadCache* inCache) {
+  static std::size_t const slot = platform::NewSlot(&EndCache);
+  return platform::SetSlotValue(slot, inCache);
+}
+
+// Null when memory runs out, and while the thread's thread-local objects die.
+ThreadCache* MakeCache() noexcept try {
+  if (tEnded) return nullptr;
+  auto cache = std::make_unique<ThreadCache>(AllDepots());
+  if (!GiveBackAtEnd(cache.get())) return nullptr;
+  return tCache = cache.release();
+} catch (std::bad_alloc const&) {
+  return nullptr;
+}
+
+#else
+
 // Gives the thread's pieces back at its end. The cache itself is not in the thread's static block,
 // which is small for libraries that are loaded late.
 struct CacheOwner {
@@ -26,7 +57,6 @@ struct CacheOwner {
 
   ~CacheOwner();
 };
-thread_local bool tEnded = false;
 thread_local CacheOwner tOwner;
 
 CacheOwner::~CacheOwner() {
@@ -41,6 +71,8 @@ ThreadCache* MakeCache() noexcept {
   tCache = ::new (std::nothrow) ThreadCache(AllDepots());
   return tCache;  // NOLINT(clang-analyzer-cplusplus.NewDelete): nothing frees it on this way
 }
+
+#endif
 
 }  // namespace
 

@@ -11,7 +11,9 @@
 #include <system_error>
 
 #if defined(_WIN32)
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 #else
 #include <fcntl.h>

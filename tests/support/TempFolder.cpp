@@ -1,11 +1,13 @@
 #include "support/TempFolder.h"
 
-#include <stdlib.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 namespace lumora::test {
@@ -13,9 +15,14 @@ namespace lumora::test {
 namespace fs = std::filesystem;
 
 TempFolder::TempFolder(fs::path const& inParent) {
-  std::string name = (inParent / "lumora-test-XXXXXX").string();
-  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-  mPath = fs::canonical(name);
+  std::random_device random;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    fs::path const path = inParent / ("lumora-test-" + std::to_string(random()));
+    if (!fs::create_directory(path)) continue;
+    mPath = fs::canonical(path);
+    return;
+  }
+  throw std::runtime_error("no temporary folder");
 }
 
 TempFolder::~TempFolder() {

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Runs a program of build/windows under Wine: PROGRAM.exe [ARGUMENT]...
+# Wine keeps its settings in build/windows; the libraries lie in build/windows/bin.
+set -euo pipefail
+build="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/windows"
+export WINEPREFIX="$build/wine" WINEDEBUG=-all WINEPATH="Z:${build//\//\\}\\bin"
+export WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
+wine="$(command -v wine64 || echo /usr/lib/wine/wine64)"
+exec "$wine" "$@"

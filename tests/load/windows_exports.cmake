@@ -1,0 +1,10 @@
+# Fails unless LIBRARY exports the extension's two entry points and nothing else.
+execute_process(COMMAND "${OBJDUMP}" -p "${LIBRARY}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" table "${headers}")
+string(REGEX REPLACE "\n\n.*" "" table "${table}")
+string(REGEX MATCHALL "[^ \t\n]+(\n|$)" names "${table}")
+string(REPLACE "\n" "" names "${names}")
+if(NOT names STREQUAL "lumora_extension_bind_api;lumora_extension_init")
+    message(FATAL_ERROR "${LIBRARY} exports: ${names}")
+endif()
+message(STATUS "exports: ${names}")
