@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "ErrorDisplay.h"
 #include "Runner.h"
 #include "Text.h"
@@ -100,14 +102,20 @@ void RedirectOutput(Session& ioSession, Words const& inWords, std::string_view) 
 
 void Quit(Session& ioSession, Words const&, std::string_view) { ioSession.mHasQuit = true; }
 
+// Two columns; on a narrow screen each explanation stands below.
 void Help(Session& ioSession, Words const&, std::string_view) {
+  constexpr std::size_t kTwoColumns = 80;
+  std::size_t const screen = ioSession.get_Limits().mScreenWidth;
+  std::size_t const width = screen ? std::max<std::size_t>(screen, 20) : kNoWidthLimit;
   std::string text;
   for (Command const& command : get_Commands()) {
     std::string const usage = fmt::format("{} {}", command.mName, command.mArguments);
-    text += fmt::format("{:<28} {}\n", usage, command.mHelp);
+    text += width >= kTwoColumns
+                ? fmt::format("{:<28} {}\n", usage, command.mHelp)
+                : fmt::format("{}\n    {}", Trim(usage), WrapWords(command.mHelp, width - 4, 4));
   }
   for (Procedure const& procedure : ioSession.get_Procedures().get_All()) {
-    text += fmt::format("CALL {}\n", ProcedureHelp(procedure));
+    text += WrapWords(fmt::format("CALL {}", ProcedureHelp(procedure)), width, 4);
   }
   ioSession.get_Results().Show([&](Output& outOutput) { outOutput.Write(PrintableLines(text)); });
 }
@@ -131,7 +139,7 @@ std::vector<Command> const& get_Commands() {
       {".next", "", "run the next prepared statement", 0, 0, commands::Next},
       {".param", "[add VALUE | clear]", "the parameters, bound by position", 0, kAnyNumber,
        SetParameters},
-      {".mode", "[MODE]", "how results look: box csv json jsonlines line markdown", 0, 1, SetMode},
+      {".mode", "[MODE]", "results as box csv json jsonlines line markdown", 0, 1, SetMode},
       {".cursor", "[client|server]", "how results are read", 0, 1, SetCursor},
       {".timer", "[on|off]", "the time that each statement takes", 0, 1, SetTimer},
       {".read", "FILE", "run a file", 1, 1, Read},

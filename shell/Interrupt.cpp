@@ -69,4 +69,7 @@ void CheckInterrupt() {
 
 void ClearInterrupt() { gInterrupts = 0; }
 
+InterruptPause::InterruptPause() : mHandler(std::signal(SIGINT, SIG_IGN)) {}
+InterruptPause::~InterruptPause() { std::signal(SIGINT, mHandler); }
+
 }  // namespace lumora::shell

@@ -25,4 +25,16 @@ void put_WakeUp(int inDescriptor);
 void CheckInterrupt();
 void ClearInterrupt();
 
+// While it lives Ctrl-C has no effect; afterwards it has the effect that it had before.
+class InterruptPause {
+ public:
+  InterruptPause();
+  ~InterruptPause();
+  InterruptPause(InterruptPause const&) = delete;
+  InterruptPause& operator=(InterruptPause const&) = delete;
+
+ private:
+  void (*mHandler)(int);
+};
+
 }  // namespace lumora::shell

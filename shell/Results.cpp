@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,18 +10,6 @@
 namespace lumora::shell {
 
 namespace {
-
-// While the pager has the terminal, Ctrl-C is the pager's.
-class InterruptPause {
- public:
-  InterruptPause() : mHandler(std::signal(SIGINT, SIG_IGN)) {}
-  ~InterruptPause() { std::signal(SIGINT, mHandler); }
-  InterruptPause(InterruptPause const&) = delete;
-  InterruptPause& operator=(InterruptPause const&) = delete;
-
- private:
-  void (*mHandler)(int);
-};
 
 std::string PagerCommand() {
   for (char const* name : {"LUMORA_PAGER", "PAGER"}) {
@@ -42,9 +29,7 @@ bool HasColor() {
 }  // namespace
 
 PagerOutput::~PagerOutput() {
-  if (!mPager) return;
-  InterruptPause const pause;
-  ClosePipe(mPager);
+  if (mPager) ClosePipe(mPager);
 }
 
 void PagerOutput::Write(std::string_view inText) {
@@ -54,6 +39,8 @@ void PagerOutput::Write(std::string_view inText) {
     if (mLines < mRows) return;
     mPager = OpenPipe(mCommand);
     if (!mPager) throw OutputFailed("cannot start the pager " + mCommand);
+    // Not before: the pager would inherit it.
+    mPause.emplace();
     inText = mWaiting;
   }
   if (std::fwrite(inText.data(), 1, inText.size(), mPager) != inText.size()) {

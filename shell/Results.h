@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
+#include "Interrupt.h"
 #include "Output.h"
 
 namespace lumora::shell {
@@ -29,6 +31,7 @@ class PagerOutput final : public Output {
   std::size_t mLines = 0;
   std::string mWaiting;
   std::FILE* mPager = nullptr;
+  std::optional<InterruptPause> mPause;  // while the pager has the terminal, Ctrl-C is the pager's
 };
 
 // The place where results go: standard output, a pager on it, or a file. One thread.

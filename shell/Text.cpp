@@ -145,6 +145,23 @@ std::string ValidUtf8(std::string_view inText) {
   return result;
 }
 
+std::string WrapWords(std::string_view inText, std::size_t inWidth, std::size_t inIndent) {
+  std::string wrapped;
+  std::size_t column = 0;
+  while (!(inText = Trim(inText)).empty()) {
+    std::string_view const word = inText.substr(0, inText.find(' '));
+    inText.remove_prefix(word.size());
+    std::size_t const width = DisplayWidth(word);
+    bool const isFirst = wrapped.empty();
+    bool const breaks = !isFirst && column + 1 + width > inWidth;
+    if (breaks) wrapped += "\n" + std::string(inIndent, ' ');
+    if (!breaks && !isFirst) wrapped += ' ';
+    column = breaks ? inIndent + width : column + width + (isFirst ? 0 : 1);
+    wrapped += word;
+  }
+  return wrapped + "\n";
+}
+
 std::string ToLower(std::string_view inText) {
   std::string result(inText);
   for (char& c : result) {

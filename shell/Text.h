@@ -37,6 +37,10 @@ std::string PrintableLines(std::string_view inText);
 // As it is, with every invalid sequence replaced by U+FFFD.
 std::string ValidUtf8(std::string_view inText);
 
+// Cut at blanks into lines of at most inWidth columns, each ended by a line feed; those after the
+// first begin with inIndent blanks. A word that is too wide has a line to itself.
+std::string WrapWords(std::string_view inText, std::size_t inWidth, std::size_t inIndent);
+
 // Lower-case ASCII letters; other bytes stay.
 std::string ToLower(std::string_view inText);
 bool EqualsIgnoringCase(std::string_view inA, std::string_view inB);

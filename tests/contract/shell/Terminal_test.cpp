@@ -23,9 +23,9 @@ namespace {
 class TerminalShell {
  public:
   TerminalShell(std::string const& inHome, std::vector<std::string> const& inArguments = {},
-                std::string const& inPager = "cat") {
+                std::string const& inPager = "cat", unsigned short inColumns = 80) {
     winsize size{};
-    size.ws_col = 80;
+    size.ws_col = inColumns;
     size.ws_row = 24;
     mChild = forkpty(&mTerminal, nullptr, nullptr, &size);
     if (mChild != 0) return;
@@ -225,6 +225,36 @@ TEST(LumoraOnTerminal, AUserWhoLeavesThePagerEarlyGoesOn) {
   shell.Type("SELECT 6 * 7 AS answer;\n");
   shell.ExpectText("42");
   shell.ExpectText(kPrompt);
+}
+
+TEST(LumoraOnTerminal, CtrlCInThePagerIsThePagersAlone) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string(), {"--mode", "csv"},
+                      "trap '' INT; head -n 1 > /dev/null; echo 'pag''ing' > /dev/tty; read key < "
+                      "/dev/tty");
+  shell.ExpectText(kPrompt);
+  shell.Type("CREATE TABLE kept AS SELECT 41 AS i;\n");
+  shell.ExpectText(kPrompt);
+  shell.Type("FROM range(1000000);\n");
+  shell.ExpectText("paging");
+  shell.Type("\x03");
+  shell.Type("\x03");
+  shell.Type("\n");
+  EXPECT_EQ(shell.ExpectText(kPrompt).find("Ctrl-C"), std::string::npos);
+  shell.Type("SELECT i + 1 AS answer FROM kept;\n");
+  shell.ExpectText("42");
+  shell.ExpectText(kPrompt);
+}
+
+TEST(LumoraOnTerminal, ShowsItsHelpWithoutCuttingItOnANarrowScreen) {
+  TempFolder const home;
+  TerminalShell shell(home.get_Path().string(), {}, "cat", 40);
+  shell.ExpectText(kPrompt);
+  shell.Type(".help\n");
+  std::string const help = shell.ExpectText("    table or view.\r\n");
+  EXPECT_NE(help.find("    results as box csv json jsonlines\r\n    line markdown\r\n"),
+            std::string::npos)
+      << help;
 }
 
 TEST(LumoraOnTerminal, ACsvCellCannotMoveTheCursor) {

@@ -85,6 +85,15 @@ TEST(Text, KeepsLinesOfAMessageButNoOtherControls) {
   EXPECT_EQ(PrintableLines("a\nb\tc\x1b[1m\r"), "a\nb\tc\\x1b[1m\\r");
 }
 
+TEST(Text, WrapsWordsAtTheWidthOfTheScreen) {
+  EXPECT_EQ(WrapWords("", 10, 2), "\n");
+  EXPECT_EQ(WrapWords("one two  three", 80, 2), "one two three\n");
+  EXPECT_EQ(WrapWords("one two three", 7, 2), "one two\n  three\n");
+  EXPECT_EQ(WrapWords("one two three", 6, 2), "one\n  two\n  three\n");
+  EXPECT_EQ(WrapWords("unbreakable and so on", 4, 2), "unbreakable\n  and\n  so\n  on\n");
+  EXPECT_EQ(WrapWords("茶 茶 茶", 5, 1), "茶 茶\n 茶\n");
+}
+
 TEST(Text, GroupsDigits) {
   EXPECT_EQ(GroupDigits(0), "0");
   EXPECT_EQ(GroupDigits(999), "999");
