@@ -43,9 +43,12 @@ bool Exists(std::string const& inPath) {
   return duckdb_c::InspectFile(inPath).mKind != FileKind::kMissing;
 }
 
-// Throws std::filesystem::filesystem_error.
 void Rename(std::string const& inFrom, std::string const& inTo) {
-  fs::rename(PathOf(inFrom), PathOf(inTo));
+  std::error_code error;
+  fs::rename(PathOf(inFrom), PathOf(inTo), error);
+  if (!error) return;
+  throw std::runtime_error(
+      fmt::format("IO Error: Cannot move file \"{}\": {}", inFrom, error.message()));
 }
 
 // Throws (target's path, why) unless the file may be replaced. The texts are those of a database
