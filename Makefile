@@ -96,7 +96,8 @@ soak_suites := \
 	stress_soak \
 	stress_database_crash \
 	stress_backup_crash \
-	stress_restore_crash
+	stress_restore_crash \
+	contract_file_faults
 
 soak: setup $(root)/build/release/build.ninja ## the long suites: mixed threads, kills at random moments
 	@$(call build_with,release,--target $(soak_suites))
