@@ -53,18 +53,31 @@ std::string QualifiedName(ParameterInsert const& inInsert) {
   return name;
 }
 
+// What of the facts decides about the rows.
+struct Questions {
+  bool mColumns = true;
+  bool mKeysAndIndexes = true;
+};
+
 // The catalog's functions know names without their schema alone, so what they tell may be of more
 // tables than the one: then a batch is run less often, never wrongly.
-std::string FactsSql(ParameterInsert const& inInsert) {
+std::string FactsSql(ParameterInsert const& inInsert, Questions const& inQuestions) {
   std::string const isTable = " WHERE system.main.lower(table_name) = system.main.lower(" +
                               Quoted(inInsert.mName.back(), '\'') + ")";
-  return "SELECT 'column', name, type, coalesce(dflt_value, ''), CAST(\"notnull\" AS VARCHAR)"
-         " FROM system.main.pragma_table_info(" +
-         Quoted(QualifiedName(inInsert), '\'') +
-         ") UNION ALL SELECT constraint_type, coalesce(expression, ''), '', '', ''"
-         " FROM system.main.duckdb_constraints()" +
-         isTable + " UNION ALL SELECT 'index', '', '', '', '' FROM system.main.duckdb_indexes()" +
-         isTable;
+  std::string sql =
+      "SELECT constraint_type, coalesce(expression, ''), '', '', ''"
+      " FROM system.main.duckdb_constraints()" +
+      isTable;
+  if (inQuestions.mColumns) {
+    sql +=
+        " UNION ALL SELECT 'column', name, type, coalesce(dflt_value, ''), "
+        "CAST(\"notnull\" AS VARCHAR) FROM system.main.pragma_table_info(" +
+        Quoted(QualifiedName(inInsert), '\'') + ")";
+  }
+  if (inQuestions.mKeysAndIndexes) {
+    sql += " UNION ALL SELECT 'index', '', '', '', '' FROM system.main.duckdb_indexes()" + isTable;
+  }
+  return sql;
 }
 
 void Take(Row const& inRow, TableFacts& ioFacts) {
@@ -80,19 +93,26 @@ void Take(Row const& inRow, TableFacts& ioFacts) {
   }
 }
 
-std::optional<TableFacts> ReadFacts(duckdb_connection inConnection,
-                                    ParameterInsert const& inInsert) {
+std::optional<TableFacts> ReadFacts(duckdb_connection inConnection, ParameterInsert const& inInsert,
+                                    Questions const& inQuestions) {
   // DuckDB's function that tells the columns of a table cannot read a name with quotes in it.
   for (std::string const& part : inInsert.mName) {
     if (part.find('"') != std::string::npos) return std::nullopt;
   }
   TableFacts facts;
   std::string error;
-  if (!ForEachRow(inConnection, FactsSql(inInsert), error,
+  if (!ForEachRow(inConnection, FactsSql(inInsert, inQuestions), error,
                   [&](Row const& inRow) { Take(inRow, facts); })) {
     return std::nullopt;
   }
   return facts;
+}
+
+bool HasNull(RowBatch const& inRows) {
+  for (std::uint32_t i = 0; i < inRows.get_Columns(); ++i) {
+    if (inRows.get_HasNull(i)) return true;
+  }
+  return false;
 }
 
 // What the appender says before DuckDB's own text.
@@ -197,9 +217,11 @@ BatchInsert::Transaction BatchInsert::FindTransaction(duckdb_connection inConnec
 }
 
 bool BatchInsert::IsFit(duckdb_connection inConnection, RowBatch const& inRows) {
-  auto const facts = ReadFacts(inConnection, mInsert);
-  return facts && IsSameInOneStatement(*facts, mInsert, inRows) &&
-         (mTransaction == Transaction::kOwn || CannotFail(*facts, mInsert, inRows));
+  bool const isHosts = mTransaction == Transaction::kHosts;
+  Questions const questions{isHosts || !mInsert.mColumns.empty() || HasNull(inRows), isHosts};
+  auto const facts = ReadFacts(inConnection, mInsert, questions);
+  if (!facts || (isHosts && !CannotFail(*facts, mInsert, inRows))) return false;
+  return IsSameInOneStatement(*facts, mInsert, inRows);
 }
 
 BatchInsert::Outcome BatchInsert::RunOwn(duckdb_connection inConnection, RowBatch const& inRows,

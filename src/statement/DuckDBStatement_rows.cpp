@@ -49,7 +49,6 @@ void DuckDBStatement::RunRows(std::uint64_t* outRowsChanged) {
   for (std::uint32_t i = 0; i < rows->get_Count(); ++i) {
     CheckDatabase();
     smart_ptr<ValueRow> const row = rows->get_Item(i);
-    mCurrentParameters = row;
     bool const isInside = i != 0 && i + 1 < rows->get_Count();
     if (collector && isInside && collector->Take(row)) continue;
     if (collector) collector->Flush();

@@ -27,12 +27,11 @@ void RowBinder::Clear() {
   mParameters = duckdb_nparams(mPrepared.get());
 }
 
-void RowBinder::Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterCell& outCell) const {
+void RowBinder::Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterTypes const* inTypes,
+                     ParameterCell& outCell) const {
   try {
-    // A copy: the value may call back and prepare another statement, with types of its own.
-    auto const types = mTypes;
-    if (types) {
-      types->Read(inIndex, inValue, outCell);
+    if (inTypes) {
+      inTypes->Read(inIndex, inValue, outCell);
     } else {
       ReadParameter(inValue, 0, outCell);
     }
@@ -54,7 +53,8 @@ void RowBinder::BindFrom(tarn::ValueRow const& inRow, std::uint32_t inFirst) con
   ParameterCell cell;
   for (std::uint32_t i = inFirst; i < inRow.get_Count(); ++i) {
     tarn::smart_ptr<tarn::I_Value> const element = inRow.get_Item(i);
-    Read(i, element.get(), cell);
+    auto const types = mTypes;
+    Read(i, element.get(), types.get(), cell);
     Bind(i, cell);
   }
 }

@@ -28,8 +28,10 @@ class RowBinder {
 
   // Clears what is bound; what is bound after it are the parameters that the statement has now.
   void Clear();
-  // Reads the host's value for the parameter of that 0-based index.
-  void Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterCell& outCell) const;
+  // Reads the host's value for the parameter of that 0-based index, by types that the caller holds:
+  // the value may call back and prepare another statement, with types of its own.
+  void Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterTypes const* inTypes,
+            ParameterCell& outCell) const;
   // What was read; a made value is used up.
   void Bind(std::uint32_t inIndex, ParameterCell& ioCell) const;
   // The row's elements from that index on, read and bound one by one.

@@ -7,8 +7,9 @@ namespace lumora {
 namespace {
 
 bool IsAscii(std::string const& inText) {
-  return std::none_of(inText.begin(), inText.end(),
-                      [](char c) { return static_cast<signed char>(c) < 0; });
+  unsigned char bits = 0;
+  for (char const c : inText) bits |= static_cast<unsigned char>(c);
+  return bits < 0x80;
 }
 
 // So that a batch stays within its bounds.
@@ -30,53 +31,63 @@ std::size_t StartOf(std::vector<std::size_t> const& inEnds, std::size_t inCell) 
 bool RowBatch::Put(std::uint32_t inColumn, ParameterCell& inCell) {
   if (inColumn >= mColumns.size()) return false;
   Column& column = mColumns[inColumn];
-  if (inCell.mType == ParameterCell::kNull) {
-    Resize(column, column.mNulls.size() + 1);
+  bool const isNull = inCell.mType == ParameterCell::kNull;
+  if (!isNull && inCell.mType != column.mType) {
+    CellType const* const type = FindCellType(inCell.mType);
+    if (!type || column.mType != ParameterCell::kNull) return false;
+    SetType(column, *type);
+  }
+  if (!isNull && column.mSize == 0 && !IsGoodText(inCell)) return false;
+  MakeRoom(column);
+  std::size_t const cell = column.mCells++;
+  column.mNulls[cell] = isNull ? 1 : 0;
+  if (isNull) {
     column.mHasNull = true;
-    return true;
-  }
-  CellType const* const type = FindCellType(inCell.mType);
-  if (!type || (type->mSize == 0 && !IsGoodText(inCell))) return false;
-  if (column.mType == ParameterCell::kNull) {
-    column.mType = inCell.mType;
-    column.mSize = type->mSize;
-    Resize(column, column.mNulls.size());
-  }
-  if (column.mType != inCell.mType) return false;
-  column.mNulls.push_back(0);
-  if (column.mSize != 0) {
-    column.mBits.insert(column.mBits.end(), inCell.mBits.begin(),
-                        inCell.mBits.begin() + static_cast<std::ptrdiff_t>(column.mSize));
+  } else if (column.mSize != 0) {
+    std::memcpy(&column.mBits[cell * column.mSize], inCell.mBits.data(), column.mSize);
   } else {
     column.mTexts += inCell.mText;
-    column.mEnds.push_back(column.mTexts.size());
     mBytes += inCell.mText.size();
   }
+  if (!column.mEnds.empty()) column.mEnds[cell] = column.mTexts.size();
   return true;
 }
 
-// New cells are NULL.
-void RowBatch::Resize(Column& ioColumn, std::size_t inCells) {
-  ioColumn.mNulls.resize(inCells, 1);
-  if (ioColumn.mType == ParameterCell::kNull) return;
-  if (ioColumn.mSize != 0) {
-    ioColumn.mBits.resize(inCells * ioColumn.mSize);
-    return;
-  }
-  ioColumn.mEnds.resize(inCells, ioColumn.mTexts.size());
-  ioColumn.mTexts.resize(StartOf(ioColumn.mEnds, inCells));
+// The cells that are there are NULL.
+void RowBatch::SetType(Column& ioColumn, CellType const& inType) {
+  ioColumn.mType = inType.mType;
+  ioColumn.mSize = inType.mSize;
+  ioColumn.mBits.resize(ioColumn.mNulls.size() * inType.mSize);
+  ioColumn.mEnds.assign(inType.mSize == 0 ? ioColumn.mNulls.size() : 0, 0);
+}
+
+void RowBatch::MakeRoom(Column& ioColumn) {
+  std::size_t const room = ioColumn.mNulls.size();
+  if (ioColumn.mCells < room) return;
+  std::size_t const wanted = std::max<std::size_t>(1024, room * 2);
+  ioColumn.mNulls.resize(wanted);
+  ioColumn.mBits.resize(wanted * ioColumn.mSize);
+  bool const isText = ioColumn.mType != ParameterCell::kNull && ioColumn.mSize == 0;
+  ioColumn.mEnds.resize(isText ? wanted : 0);
+}
+
+void RowBatch::Shrink(Column& ioColumn, std::size_t inCells) {
+  ioColumn.mCells = inCells;
+  if (!ioColumn.mEnds.empty()) ioColumn.mTexts.resize(StartOf(ioColumn.mEnds, inCells));
 }
 
 void RowBatch::DropUnfinished() {
   for (Column& column : mColumns) {
-    if (column.mNulls.size() > mRows) Resize(column, mRows);
+    if (column.mCells > mRows) Shrink(column, mRows);
   }
 }
 
 void RowBatch::Clear() {
   for (Column& column : mColumns) {
-    Resize(column, 0);
+    Shrink(column, 0);
     column.mType = ParameterCell::kNull;
+    column.mSize = 0;
+    column.mEnds.clear();
     column.mHasNull = false;
   }
   mRows = 0;

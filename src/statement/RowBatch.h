@@ -41,12 +41,15 @@ class RowBatch {
     duckdb_c::TypeId mType = ParameterCell::kNull;
     std::size_t mSize = 0;
     bool mHasNull = false;
-    std::vector<std::uint8_t> mNulls;  // one for each cell
+    std::size_t mCells = 0;
+    std::vector<std::uint8_t> mNulls;  // for each cell, and room for more, as in the others
     std::vector<unsigned char> mBits;  // mSize for each cell
     std::vector<std::size_t> mEnds;    // of each cell in mTexts
     std::string mTexts;
   };
-  static void Resize(Column& ioColumn, std::size_t inCells);
+  static void SetType(Column& ioColumn, CellType const& inType);
+  static void MakeRoom(Column& ioColumn);
+  static void Shrink(Column& ioColumn, std::size_t inCells);
   static void FillColumn(Column const& inColumn, duckdb_vector outVector, std::uint32_t inFirst,
                          std::uint32_t inCount);
 

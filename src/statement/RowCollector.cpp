@@ -20,6 +20,7 @@ RowCollector::RowCollector(I_RowRunner& inRunner, duckdb_c::PreparedHandle const
                            ParameterInsert&& ioInsert)
     : mRunner(inRunner),
       mDatabase(inDatabase),
+      mTypes(inTypes),
       mBinder(inPrepared, inDatabase, inTypes),
       mInsert(std::move(ioInsert)),
       mBatch(mInsert.get_ParameterCount()) {}
@@ -49,7 +50,7 @@ bool RowCollector::Take(tarn::smart_ptr<tarn::ValueRow> const& inRow) {
     return true;
   }
   mBatch.FinishRow();
-  mRows.push_back(inRow);
+  mRows.push_back(std::move(mRow));
   if (IsFull()) Flush();
   return true;
 }
@@ -59,7 +60,7 @@ bool RowCollector::Take(tarn::smart_ptr<tarn::ValueRow> const& inRow) {
 bool RowCollector::ReadRow() {
   while (mRead < mRow->get_Count()) {
     tarn::smart_ptr<tarn::I_Value> const element = mRow->get_Item(mRead);
-    mBinder.Read(mRead, element.get(), mCell);
+    mBinder.Read(mRead, element.get(), mTypes.get(), mCell);
     if (mIsEntered || !mBatch.Put(mRead, mCell)) return false;
     ++mRead;
   }

@@ -40,7 +40,8 @@ class RowCollector final : private DeferredWork {
                std::shared_ptr<ParameterTypes const> const& inTypes, ParameterInsert&& ioInsert);
 
   // False: the row is the caller's to bind and execute, after Flush, and nothing of it was read.
-  // True: it is inserted, or will be. Throws what binding and executing it, or one before it,
+  // True: it is inserted, or will be; which row is the statement's current one is then open, unless
+  // it is seen from the host. Throws what binding and executing it, or one before it,
   // throws.
   bool Take(tarn::smart_ptr<tarn::ValueRow> const& inRow);
   // Inserts the rows that were taken. The last one inserted may be the statement's current row
@@ -60,6 +61,7 @@ class RowCollector final : private DeferredWork {
 
   I_RowRunner& mRunner;
   I_DatabaseLink* const& mDatabase;
+  std::shared_ptr<ParameterTypes const> const mTypes;
   RowBinder mBinder;
   BatchInsert mInsert;
   RowBatch mBatch;
