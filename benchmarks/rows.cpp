@@ -340,7 +340,7 @@ void BM_FailingRowAtTheEnd(benchmark::State& ioState) {
         kChecked);
     ioState.counters["all_ms"] = all * 1e3;
     ioState.counters["failing_ms"] = failed * 1e3;
-    ioState.counters["batches_more"] = (failed - all) / all * kMany / 102400;
+    ioState.counters["batches_more"] = (failed - all) / all * kMany / 122880;
   }
 }
 BENCHMARK(BM_FailingRowAtTheEnd)->Unit(benchmark::kSecond)->Iterations(1);

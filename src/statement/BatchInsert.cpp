@@ -183,12 +183,15 @@ bool AppendChunks(duckdb_appender inAppender, duckdb_data_chunk inChunk, RowBatc
 
 }  // namespace
 
+bool BatchInsert::IsOwnTransaction(duckdb_connection inConnection) {
+  if (mTransaction == Transaction::kUnknown) mTransaction = FindTransaction(inConnection);
+  return mTransaction == Transaction::kOwn;
+}
+
 BatchInsert::Outcome BatchInsert::Run(duckdb_connection inConnection, RowBatch const& inRows,
                                       std::uint32_t inFirst, std::uint32_t inCount) {
-  if (mTransaction == Transaction::kUnknown) mTransaction = FindTransaction(inConnection);
-  if (mTransaction == Transaction::kUnfit) return Outcome::kUnfit;
-  if (mTransaction == Transaction::kOwn) return RunOwn(inConnection, inRows, inFirst, inCount);
-  if (!IsFit(inConnection, inRows)) return Outcome::kUnfit;
+  if (IsOwnTransaction(inConnection)) return RunOwn(inConnection, inRows, inFirst, inCount);
+  if (mTransaction == Transaction::kUnfit || !IsFit(inConnection, inRows)) return Outcome::kUnfit;
   return Append(inConnection, inRows, inFirst, inCount) ? Outcome::kDone
                                                         : TellFailure(inConnection);
 }

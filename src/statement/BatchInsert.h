@@ -25,8 +25,10 @@ class BatchInsert {
 
   explicit BatchInsert(ParameterInsert&& ioInsert) : mInsert(std::move(ioInsert)) {}
 
-  // Rows inFirst to inFirst + inCount of a batch with a column for each parameter. A row of the
-  // same statement was inserted on the same connection, and the same transaction, before.
+  // Whether the connection is in no transaction of the host's.
+  bool IsOwnTransaction(duckdb_connection inConnection);
+  // Rows inFirst to inFirst + inCount of a batch with a column for each parameter. In a transaction
+  // of the host's a row of the same statement was inserted before.
   Outcome Run(duckdb_connection inConnection, RowBatch const& inRows, std::uint32_t inFirst,
               std::uint32_t inCount);
   std::string const& get_Error() const { return mError; }
@@ -37,7 +39,7 @@ class BatchInsert {
  private:
   enum class Transaction { kUnknown, kOwn, kHosts, kUnfit };
 
-  Transaction FindTransaction(duckdb_connection inConnection);
+  static Transaction FindTransaction(duckdb_connection inConnection);
   bool IsFit(duckdb_connection inConnection, RowBatch const& inRows);
   Outcome RunOwn(duckdb_connection inConnection, RowBatch const& inRows, std::uint32_t inFirst,
                  std::uint32_t inCount);

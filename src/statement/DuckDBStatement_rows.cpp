@@ -38,18 +38,19 @@ class DuckDBStatement::RowRunner final : public lumora::I_RowRunner {
   std::uint64_t* const mRowsChanged;
 };
 
-// The first row and the last one are always bound and executed by themselves. The first shows that
-// the statement can be executed at all; the last leaves the count, the result and the bindings of
-// the run.
+// The last row is always bound and executed by itself: it leaves the count, the result and the
+// bindings of the run. So is the first one in a transaction of the host's, where it shows that the
+// statement can be executed at all.
 void DuckDBStatement::RunRows(std::uint64_t* outRowsChanged) {
   // A host value may call back and bind other rows in the middle.
   smart_ptr<ValueRows> const rows = mParameterRows;
   RowRunner runner(*this, outRowsChanged);
   auto collector = runner.MakeCollector(rows->get_Count());
+  std::uint32_t const first = collector && collector->TakesFirst() ? 0 : 1;
   for (std::uint32_t i = 0; i < rows->get_Count(); ++i) {
     CheckDatabase();
     smart_ptr<ValueRow> const row = rows->get_Item(i);
-    bool const isInside = i != 0 && i + 1 < rows->get_Count();
+    bool const isInside = i >= first && i + 1 < rows->get_Count();
     if (collector && isInside && collector->Take(row)) continue;
     if (collector) collector->Flush();
     mCurrentParameters = row;

@@ -7,9 +7,10 @@
 namespace lumora {
 namespace {
 
-// The bounds of a batch, and so of what a run of any number of rows takes of memory: 50 of DuckDB's
-// chunks, half of what its appender takes before it inserts by itself.
-constexpr std::uint32_t kMostRows = 102400;
+// The bounds of a batch, and so of what a run of any number of rows takes of memory. So many rows
+// are a row group of DuckDB's, which it moves into the table as it is; fewer it copies, unless the
+// table is empty; and an appender inserts by itself when it has more than 200,000.
+constexpr std::uint32_t kMostRows = 122880;
 constexpr std::size_t kMostBytes = std::size_t{16} << 20;
 
 }  // namespace
@@ -27,6 +28,11 @@ RowCollector::RowCollector(I_RowRunner& inRunner, duckdb_c::PreparedHandle const
 
 bool RowCollector::IsFull() const {
   return mRows.size() >= kMostRows || mBatch.get_Bytes() >= kMostBytes;
+}
+
+bool RowCollector::TakesFirst() {
+  auto const connection = mDatabase ? mDatabase->get_Connection() : nullptr;
+  return connection && mInsert.IsOwnTransaction(connection->get());
 }
 
 bool RowCollector::Take(tarn::smart_ptr<tarn::ValueRow> const& inRow) {

@@ -39,6 +39,8 @@ class RowCollector final : private DeferredWork {
                I_DatabaseLink* const& inDatabase,
                std::shared_ptr<ParameterTypes const> const& inTypes, ParameterInsert&& ioInsert);
 
+  // Whether the first row of the run may be taken; otherwise it is to be executed by itself.
+  bool TakesFirst();
   // False: the row is the caller's to bind and execute, after Flush, and nothing of it was read.
   // True: it is inserted, or will be; which row is the statement's current one is then open, unless
   // it is seen from the host. Throws what binding and executing it, or one before it,
