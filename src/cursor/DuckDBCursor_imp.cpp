@@ -1,5 +1,6 @@
 #include "cursor/DuckDBCursor_imp.h"
 
+#include <new>
 #include <utility>
 
 #include "duckdb_c/EngineLockGuard.h"
@@ -45,7 +46,7 @@ DuckDBCursor_imp::DuckDBCursor_imp(I_DatabaseLink* inDatabase, duckdb_c::ResultH
 
 // The last Release has detached already; this is for a subclass whose constructor threw.
 DuckDBCursor_imp::~DuckDBCursor_imp() {
-  EngineLockGuard guard;
+  EngineLockGuard guard(std::nothrow);
   Detach();
 }
 
@@ -71,7 +72,7 @@ std::uint32_t DuckDBCursor_imp::Release() {
   std::uint32_t const count = mRefCount.Decrement();
   if (count == 0) {
     {
-      EngineLockGuard guard;
+      EngineLockGuard guard(std::nothrow);
       Detach();
     }
     delete this;
@@ -107,14 +108,14 @@ smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() {
 }
 
 void DuckDBCursor_imp::Invalidate() {
-  EngineLockGuard guard;
+  EngineLockGuard guard(std::nothrow);
   mIsValid = false;
   mDatabase = nullptr;
   mResult.reset();
 }
 
 void DuckDBCursor_imp::Close() {
-  EngineLockGuard guard;
+  EngineLockGuard guard(std::nothrow);
   Detach();
 }
 

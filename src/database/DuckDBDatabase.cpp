@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <new>
 #include <utility>
 
 #include "database/DatabaseErrors.h"
@@ -144,7 +145,7 @@ void DuckDBDatabase::put_Settings(DuckDBSettings const& inSettings) {
 }
 
 void DuckDBDatabase::Close() {
-  EngineLockGuard const guard;
+  EngineLockGuard const guard(std::nothrow);
   if (!mHandle) return;
   std::exception_ptr const failure = CloseChildren();
   CloseHandle();

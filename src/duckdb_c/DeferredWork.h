@@ -13,7 +13,8 @@ class DeferredWork {
 };
 
 // For the scope's life the thread's next EngineLockGuard, which every way back into the library
-// makes first, finishes that work, once. What Finish throws, that guard throws. Scopes nest.
+// makes first, finishes that work, once. What Finish throws, that guard throws, or drops where it
+// must not throw: so Finish keeps it as well. Scopes nest.
 class DeferredWorkScope {
  public:
   explicit DeferredWorkScope(DeferredWork& inWork) noexcept;

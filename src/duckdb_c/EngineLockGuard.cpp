@@ -15,6 +15,19 @@ bool IsSet(tarn::TLS_SimpleType_Var<bool> const& inFlag) {
 
 EngineLockGuard::EngineLockGuard() {
   FinishDeferredWork();
+  Lock();
+}
+
+EngineLockGuard::EngineLockGuard(std::nothrow_t const&) {
+  try {
+    FinishDeferredWork();
+  } catch (...) {
+    // Its owner keeps it, and throws it when the host's code returns.
+  }
+  Lock();
+}
+
+void EngineLockGuard::Lock() {
   tarn::Thread_Mutex_Win* const mutex = tarn::GetGlobalEngineLock();
   if (!mutex || IsSet(tarn::gIsThisDiagnoseMTThread) || IsSet(tarn::gIsGlobalLockTaken)) return;
   // Making the thread's cell can fail for want of memory: not with the mutex in hand.

@@ -1,5 +1,6 @@
 #include "statement/DuckDBQueryResult.h"
 
+#include <new>
 #include <utility>
 
 #include "cursor/MakeCursor.h"
@@ -58,7 +59,7 @@ std::uint32_t DuckDBQueryResult::Release() {
   std::uint32_t const count = mRefCount.Decrement();
   if (count != 0) return count;
   {
-    lumora::EngineLockGuard const guard;
+    lumora::EngineLockGuard const guard(std::nothrow);
     ReleaseResults();
     if (mDatabase) mDatabase->get_Interface().UnregisterQueryResult(this);
     mDatabase = nullptr;
@@ -79,7 +80,7 @@ smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::NextResult() {
 }
 
 void DuckDBQueryResult::Close() {
-  lumora::EngineLockGuard const guard;
+  lumora::EngineLockGuard const guard(std::nothrow);
   lumora::I_DatabaseLink* const database = std::exchange(mDatabase, nullptr);
   mCursor.reset();
   ReleaseResults();

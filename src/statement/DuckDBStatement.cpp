@@ -1,5 +1,6 @@
 #include "statement/DuckDBStatement.h"
 
+#include <new>
 #include <utility>
 
 #include "duckdb_c/EngineLockGuard.h"
@@ -25,7 +26,7 @@ std::uint32_t DuckDBStatement::Release() {
   std::uint32_t const count = mRefCount.Decrement();
   if (count != 0) return count;
   {
-    EngineLockGuard const guard;
+    EngineLockGuard const guard(std::nothrow);
     Detach();
   }
   delete this;
@@ -55,7 +56,7 @@ std::uint64_t DuckDBStatement::get_RemainingStatements() {
 }
 
 void DuckDBStatement::Close() {
-  EngineLockGuard const guard;
+  EngineLockGuard const guard(std::nothrow);
   Detach();
 }
 

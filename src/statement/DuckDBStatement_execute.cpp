@@ -66,6 +66,8 @@ void DuckDBStatement::ExecuteAll() {
 
 void DuckDBStatement::ExecuteAllRecorded(DuckDBExecutionResult& ioRecord) {
   try {
+    EngineLockGuard const guard;
+    if (!mDatabase) return;
     do {
       ExecuteNext();
       ++ioRecord.mStatementsExecuted;
@@ -82,12 +84,12 @@ void DuckDBStatement::ExecuteAllRecorded(DuckDBExecutionResult& ioRecord) {
 
 DuckDBExecutionResult DuckDBStatement::TryExecuteAll() {
   DuckDBExecutionResult record;
-  EngineLockGuard const guard;
   try {
-    if (mDatabase) ExecuteAllRecorded(record);
+    ExecuteAllRecorded(record);
   } catch (...) {
     // Not even the message could be made; the code tells that something failed.
   }
+  EngineLockGuard const guard(std::nothrow);
   ReleaseExtracted();
   mFinished = true;
   return record;

@@ -238,6 +238,52 @@ TEST_F(RowRuns, ARowThatFailsBecauseOfACallBackIsToldEvenWhenTheHostKeepsIt) {
   EXPECT_EQ(Number("SELECT count(*) FROM k"), 100);
 }
 
+// What is released or closed goes, whatever fails; the failure is told by who executes the rows.
+TEST_F(RowRuns, AHostValueMayReleaseWhatItHoldsWhenARowBeforeItFails) {
+  Run(mDatabase, "CREATE TABLE k(i INTEGER PRIMARY KEY, s VARCHAR)");
+  std::vector<std::function<void(Database&)>> const releases{
+      [cursor = mDatabase->ExecuteQuery(Wide("SELECT 42"), 1, nullptr)](Database&) mutable {
+        cursor = nullptr;
+      },
+      [statement = mDatabase->CreateStatement(Wide("SELECT 42"))](Database&) mutable {
+        statement = nullptr;
+      },
+      [result = mDatabase->Execute(Wide("SELECT 42"), 1, nullptr)](Database&) mutable {
+        result = nullptr;
+      },
+      [](Database& ioOther) { ioOther = nullptr; },
+      [](Database& ioOther) {
+        ioOther->Close();
+        EXPECT_FALSE(ioOther->get_IsOpen());
+      },
+  };
+  for (auto release : releases) {
+    Database other = InMemory();
+    other->Create();
+    Run(mDatabase, "DELETE FROM k");
+    auto rows = PlainRows(kRows);
+    rows[100] = Plain(5);
+    rows[150] = Acting(150, [&] { release(other); });
+    EXPECT_THAT(ThrownBy([&] { Execute(rows, "INSERT INTO k VALUES (?, ?)"); }).mText2,
+                testing::HasSubstr("Duplicate key"));
+    EXPECT_EQ(Number("SELECT count(*) FROM k"), 100);
+  }
+}
+
+TEST_F(RowRuns, TryExecuteAllInAHostValueRecordsThatARowBeforeItFailed) {
+  Run(mDatabase, "CREATE TABLE k(i INTEGER PRIMARY KEY, s VARCHAR)");
+  auto rows = PlainRows(kRows);
+  rows[100] = Plain(5);
+  tarn::lsql::DuckDBExecutionResult record;
+  auto const other = mDatabase->CreateStatement(Wide("INSERT INTO t VALUES (1, 'other')"));
+  rows[150] = Acting(150, [&] { record = other->TryExecuteAll(); });
+  EXPECT_THAT(ThrownBy([&] { Execute(rows, "INSERT INTO k VALUES (?, ?)"); }).mText2,
+              testing::HasSubstr("Duplicate key"));
+  EXPECT_NE(record.mErrorCode, 0U);
+  EXPECT_EQ(record.mStatementsExecuted, 0U);
+  EXPECT_EQ(Count(), 0);
+}
+
 TEST_F(RowRuns, AHostValueMayCloseTheStatementAfterTheRowsBeforeItsOwn) {
   auto rows = PlainRows(kRows);
   rows[150] = Acting(150, [&] { mStatement->Close(); });
