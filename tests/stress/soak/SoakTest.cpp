@@ -30,12 +30,13 @@ struct Footprint {
   HandleCounts mHandles = get_LiveHandles();
   std::int64_t mChunks = get_LiveChunks();
   std::size_t mResident = (malloc_trim(0), get_ResidentBytes());
+  std::size_t mInUse = mallinfo2().uordblks;  // of the C library's heap
 };
 
 std::ostream& operator<<(std::ostream& ioStream, Footprint const& inFootprint) {
-  return ioStream << inFootprint.mResident / 1000000 << " MB, " << inFootprint.mDescriptors
-                  << " descriptors, " << inFootprint.mThreads << " threads, "
-                  << inFootprint.mHandles;
+  return ioStream << inFootprint.mResident / 1000000 << " MB, " << inFootprint.mInUse / 1000
+                  << " kB in use, " << inFootprint.mDescriptors << " descriptors, "
+                  << inFootprint.mThreads << " threads, " << inFootprint.mHandles;
 }
 
 // The least memory of the last quarter is held against the most of the first one, whose first phase
