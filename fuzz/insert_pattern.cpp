@@ -8,9 +8,10 @@
 
 #include "duckdb_c/Handles.h"
 #include "statement/InsertPattern.h"
-#include "statement/WholeNumber.h"
+#include "statement/ParameterValue.h"
 #include "support/Input.h"
 #include "support/Sql.h"
+#include "tarn/smart_ptr.h"
 
 namespace {
 
@@ -51,13 +52,12 @@ std::string Contents() {
 
 // What the tables hold after the statement, or why it fails; the tables are empty again then.
 std::string Effect(duckdb_prepared_statement inStatement, std::int64_t inNumber, bool inIsExact) {
+  tarn::smart_ptr<tarn::I_Value> const number(tarn::CreateValueLLong(false, nullptr, nullptr));
+  number->put_LLong(inNumber);
   for (idx_t i = 1; i <= duckdb_nparams(inStatement); ++i) {
-    ValueHandle value(duckdb_create_int64(inNumber));
     LogicalTypeHandle const type(duckdb_param_logical_type(inStatement, i));
-    if (inIsExact) {
-      ValueHandle exact = lumora::MakeWholeNumber(inNumber, duckdb_get_type_id(type.get()));
-      if (exact) value = std::move(exact);
-    }
+    lumora::duckdb_c::TypeId const target = duckdb_get_type_id(type.get());
+    ValueHandle const value = lumora::MakeDuckDBValue(number.get(), inIsExact ? target : 0);
     if (duckdb_bind_value(inStatement, i, value.get()) != DuckDBSuccess) return "not bound";
   }
   Require(Tables().Run("BEGIN"), "BEGIN");

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "duckdb_c/Handles.h"
-#include "statement/WholeNumber.h"
+#include "statement/ParameterValue.h"
 #include "support/Input.h"
 #include "tarn/Converter.h"
 #include "tarn/Value.h"
@@ -180,17 +180,30 @@ constexpr std::array kTargets = {
     Target{DUCKDB_TYPE_VARCHAR, 1, 0},
 };
 
-template <typename T>
-void CheckParameter(T inNumber) {
+// A whole number takes its parameter's type where it fits, else its own.
+template <auto TPut, typename T>
+void CheckParameter(tarn::I_Value* inNew, duckdb_type inOwnType, T inNumber) {
+  ValuePtr const host(inNew);
+  (host.get()->*TPut)(inNumber);
   for (Target const& target : kTargets) {
-    auto const value = lumora::MakeWholeNumber(inNumber, target.mType);
+    auto const value =
+        lumora::MakeDuckDBValue(host.get(), static_cast<lumora::duckdb_c::TypeId>(target.mType));
     bool const fits = inNumber >= target.mLeast && inNumber <= target.mGreatest;
-    Require(static_cast<bool>(value) == fits, "a value where the number fits");
-    if (!fits) continue;
-    Require(duckdb_get_type_id(duckdb_get_value_type(value.get())) == target.mType, "its type");
+    duckdb_type const type = duckdb_get_type_id(duckdb_get_value_type(value.get()));
+    Require(type == (fits ? target.mType : inOwnType), "the type of a parameter");
     lumora::duckdb_c::TextHandle const text(duckdb_get_varchar(value.get()));
     Require(text.get() == std::to_string(inNumber), "its number");
   }
+}
+
+void CheckParameters(std::uint64_t inBits) {
+  using Value = tarn::I_Value;
+  CheckParameter<&Value::put_LLong>(tarn::CreateValueLLong(false, nullptr, nullptr),
+                                    DUCKDB_TYPE_BIGINT, static_cast<std::int64_t>(inBits));
+  CheckParameter<&Value::put_ULLong>(tarn::CreateValueULLong(false, nullptr, nullptr),
+                                     DUCKDB_TYPE_UBIGINT, inBits);
+  CheckParameter<&Value::put_Short>(tarn::CreateValueShort(false, nullptr, nullptr),
+                                    DUCKDB_TYPE_SMALLINT, static_cast<std::int16_t>(inBits));
 }
 
 }  // namespace
@@ -204,9 +217,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* inData, std::size_t in
   CheckRealText(real);
   // The number shifted down, so that the small types have their turn.
   unsigned const shift = static_cast<unsigned>(input.TakeBelow(64));
-  CheckParameter(static_cast<std::int64_t>(bits) >> shift);
-  CheckParameter(bits >> shift);
-  CheckParameter(static_cast<std::int16_t>(bits));
+  CheckParameters(static_cast<std::uint64_t>(static_cast<std::int64_t>(bits) >> shift));
+  CheckParameters(bits >> shift);
   CheckText(input.TakeRest());
   return 0;
 }
