@@ -1,6 +1,7 @@
 #include "statement/ParameterValue.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <utility>
 
@@ -51,7 +52,16 @@ void ReadWhole(Value& inValue, TypeId inTarget, Cell& outCell, unsigned) {
 
 bool FitsInByte(std::int16_t inPart) { return inPart >= INT8_MIN && inPart <= INT8_MAX; }
 
-// DuckDB reports a date that is none by a C++ exception, across a C call.
+bool IsDay(std::int32_t inYear, std::int16_t inMonth, std::int16_t inDay) {
+  if (inMonth < 1 || inMonth > 12 || inDay < 1 || inDay > 31) return false;
+  // The calendar repeats every 400 years; the library's own reaches less far than DuckDB's.
+  std::chrono::year const year(inYear % 400);
+  return (year / static_cast<int>(inMonth) / static_cast<int>(inDay)).ok();
+}
+
+// DuckDB reports a date that is none, or out of its range, by a C++ exception, across a C call. A
+// program whose compiler is another one than DuckDB's cannot catch it, so that it is asked as
+// little as can be.
 template <typename TCall>
 auto AskDuckDB(TCall inCall, char const* inText) {
   try {
@@ -65,7 +75,7 @@ auto AskDuckDB(TCall inCall, char const* inText) {
 
 duckdb_date_struct MakeDateStruct(std::int32_t inYear, std::int16_t inMonth, std::int16_t inDay,
                                   char const* inText) {
-  if (!FitsInByte(inMonth) || !FitsInByte(inDay)) throw ValueError(inText);
+  if (!IsDay(inYear, inMonth, inDay)) throw ValueError(inText);
   return {inYear, static_cast<std::int8_t>(inMonth), static_cast<std::int8_t>(inDay)};
 }
 

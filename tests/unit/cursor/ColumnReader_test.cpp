@@ -226,6 +226,19 @@ TEST_F(ColumnReaderTest, AgreesOnVariantsOfRandomNestedTypes) {
   }
 }
 
+TEST_F(ColumnReaderTest, AgreesOnInfinities) {
+  for (std::string const type : {"DATE", "TIMESTAMP", "TIMESTAMP_S", "TIMESTAMP_MS", "TIMESTAMP_NS",
+                                 "TIMESTAMP WITH TIME ZONE"}) {
+    EXPECT_TRUE(Agrees(mDatabase, "SELECT unnest(['infinity', '-infinity'])::" + type));
+  }
+}
+
+TEST_F(ColumnReaderTest, AgreesOnDatesAroundTheFirstYear) {
+  EXPECT_TRUE(Agrees(mDatabase,
+                     "SELECT DATE '0001-03-01' - i::INTEGER, "
+                     "(DATE '0001-03-01' - i::INTEGER)::TIMESTAMP FROM range(900) r(i)"));
+}
+
 // Further from 1970 than microseconds reach, DuckDB's own cast says what becomes of them.
 TEST_F(ColumnReaderTest, AgreesOnVariantsOfMillisecondsFarFrom1970) {
   for (std::string const millis : {"4503599627370496", "4503599627370497", "-4503599627370497",
