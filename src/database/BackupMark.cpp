@@ -11,7 +11,8 @@ namespace lumora {
 namespace {
 
 constexpr std::string_view kContent =
-    "This backup is being written, or was cut short. It cannot be restored.\n";
+    "This backup is being written, or was cut short. It cannot be restored."
+    "\n";
 
 std::string MarkOf(std::string const& inFolder) { return inFolder + "/unfinished"; }
 
