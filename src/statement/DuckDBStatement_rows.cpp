@@ -55,7 +55,10 @@ void DuckDBStatement::RunRows(std::uint64_t* outRowsChanged) {
     if (collector) collector->Flush();
     mCurrentParameters = row;
     BindCurrentParameters();
-    RunOnce(outRowsChanged);
+    // The count is that of the last run. DuckDB takes a sixteenth of a row's time to tell it, so it
+    // is not asked for when another row is sure to follow.
+    bool const isCounted = collector || i + 1 >= rows->get_Count();
+    RunOnce(isCounted ? outRowsChanged : nullptr);
   }
   // A value that was read may have made the rows fewer.
   if (collector) collector->Flush();
