@@ -22,8 +22,9 @@ constexpr std::array<char const*, 5> kLeftovers = {".wal", ".wal.checkpoint", ".
                                                    ".creating", ".creating.wal"};
 // What an interrupted restore left. It goes before the file: later it would be taken for a database
 // to put back.
-constexpr std::array<char const*, 4> kReplacedFiles = {
-    ".lumora-replaced", ".lumora-replaced.wal", ".lumora-restoring", ".lumora-restoring.wal"};
+constexpr std::array<char const*, 6> kReplacedFiles = {
+    ".lumora-replaced",      ".lumora-replaced.wal",       ".lumora-restoring",
+    ".lumora-restoring.wal", ".lumora-restoring.creating", ".lumora-restoring.creating.wal"};
 constexpr char const* kTemporaryFolder = ".tmp";
 constexpr char const* kTemporaryFile = "duckdb_temp_";
 
@@ -52,15 +53,13 @@ void RemoveTemporaryFiles(std::string const& inPath) {
   fs::path const folder = duckdb_c::PathOf(inPath + kTemporaryFolder);
   std::error_code error;
   if (!fs::is_directory(fs::symlink_status(folder, error))) return;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error)) {
+  for (std::string const& name : duckdb_c::ListFolder(inPath + kTemporaryFolder)) {
+    if (!name.starts_with(kTemporaryFile)) continue;
+    fs::path const file = folder / duckdb_c::PathOf(name);
     std::error_code ignored;
-    bool const ours = entry->path().filename().string().starts_with(kTemporaryFile);
-    if (ours && fs::is_regular_file(entry->symlink_status(ignored))) {
-      fs::remove(entry->path(), ignored);
-    }
+    if (fs::is_regular_file(fs::symlink_status(file, ignored))) fs::remove(file, ignored);
   }
-  if (fs::is_empty(folder, error) && !error) fs::remove(folder, error);
+  fs::remove(folder, error);  // nothing when it is not empty
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <filesystem>
+#include <new>
 #include <stdexcept>
 #include <system_error>
 
@@ -134,6 +135,8 @@ void NamingTarget(tarn::String const& inPath, TWork const& inWork) {
     inWork();
   } catch (tarn::lsql::xDuckDBError const& error) {
     throw tarn::lsql::xDuckDBError(error.get_Code(), inPath.c_str(), error.get_Text(1).c_str());
+  } catch (std::bad_alloc const&) {
+    throw;
   } catch (std::exception const& error) {
     ThrowDuckDBError(inPath, error.what());
   }

@@ -84,6 +84,7 @@ class DuckDBDatabase final : public I_DuckDBDatabase,
   Database OpenWithFallback(lumora::ConfigEntries const& inEntries, std::string& outError);
   bool Attach(Database inHandle);  // false: no connection
   void CreateNew();
+  void OpenExisting();
   void RemoveFiles();
   smart_ptr<I_Location> PrepareBackup(smart_ptr<I_Location>& ioFolder);
   std::exception_ptr CloseChildren();

@@ -74,6 +74,7 @@ void DuckDBDatabase::Create() {
   try {
     CreateNew();
   } catch (...) {
+    mOpenDatabases->ForgetUnused();
     // Nothing was there, so what is there now is a half-made file of ours.
     std::string const path = get_LocalPath();
     FileReservation const file(path);
@@ -93,6 +94,15 @@ void DuckDBDatabase::CreateNew() {
 void DuckDBDatabase::Open() {
   EngineLockGuard const guard;
   Close();
+  try {
+    OpenExisting();
+  } catch (...) {
+    mOpenDatabases->ForgetUnused();
+    throw;
+  }
+}
+
+void DuckDBDatabase::OpenExisting() {
   bool const local = mToken.isEmpty() && !IsInMemory();
   if (local && !get_Exists()) lumora::ReturnReplaced(get_LocalPath());
   if (local && !get_Exists()) Throw(lumora::kNoFile);

@@ -21,6 +21,13 @@ void OpenDatabases::Leave(tarn::String const& inKey) {
   if (found != mEntries.end() && --found->second.mCount == 0) mEntries.erase(found);
 }
 
+void OpenDatabases::ForgetUnused() noexcept {
+  std::lock_guard const lock(mMutex);
+  std::erase_if(mEntries, [](auto const& entry) {
+    return entry.second.mCount == 0 && entry.second.mShared.expired();
+  });
+}
+
 OpenDatabases::Database OpenDatabases::Share(tarn::String const& inKey,
                                              std::function<Database()> const& inOpen) {
   std::lock_guard const opening(mOpening);

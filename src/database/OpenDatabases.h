@@ -22,6 +22,9 @@ class OpenDatabases {
   std::uint32_t get_Count(tarn::String const& inKey) const;
   void Enter(tarn::String const& inKey);
   void Leave(tarn::String const& inKey);
+  // Drops what was shared and never entered once nobody has it any more: for those whose opening
+  // failed half-way.
+  void ForgetUnused() noexcept;
 
   // For what is no file (files are shared where they are opened): the read-write instance of that
   // key, or else what inOpen makes, which is kept for the next one when it is read-write. inOpen

@@ -191,6 +191,21 @@ void WriteThrough(duckdb_database inDatabase) {
   }
 }
 
+// An instance that got no user after all goes while its file is still busy: afterwards another
+// thread could open a second one beside it.
+class UnusedInstance {
+ public:
+  explicit UnusedInstance(OpenFile& ioFile) : mFile(ioFile) {}
+  ~UnusedInstance() {
+    if (mFile.mReadWriteUsers == 0) mFile.mReadWrite.reset();
+  }
+  UnusedInstance(UnusedInstance const&) = delete;
+  UnusedInstance& operator=(UnusedInstance const&) = delete;
+
+ private:
+  OpenFile& mFile;
+};
+
 std::shared_ptr<OpenDatabase> OpenReadWrite(OpenRequest const& inRequest, Busy& ioFile,
                                             FileStatus const& inStatus, std::string& outError) {
   auto const registry = FileRegistry::Instance();
@@ -198,6 +213,7 @@ std::shared_ptr<OpenDatabase> OpenReadWrite(OpenRequest const& inRequest, Busy& 
     outError = LockConflict(inStatus.mPath, "this process has the file open read-only");
     return nullptr;
   }
+  UnusedInstance const unused(*ioFile);
   if (!ioFile->mReadWrite) {
     ioFile->mReadWrite = OpenOrMake(inRequest, inStatus, outError);
     if (!ioFile->mReadWrite) return nullptr;
@@ -208,8 +224,24 @@ std::shared_ptr<OpenDatabase> OpenReadWrite(OpenRequest const& inRequest, Busy& 
   return std::make_shared<ReadWriteUser>(registry, ioFile.get_File());
 }
 
+// While it lives, the lock of the instances that are there is kept whatever DuckDB closes.
+class Covered {
+ public:
+  explicit Covered(ReadLockKeeper* inKeeper) : mKeeper(inKeeper) {
+    if (mKeeper) mKeeper->Cover();
+  }
+  ~Covered() {
+    if (mKeeper) mKeeper->Uncover();
+  }
+  Covered(Covered const&) = delete;
+  Covered& operator=(Covered const&) = delete;
+
+ private:
+  ReadLockKeeper* mKeeper;
+};
+
 // Opening makes DuckDB open and close the file to look at its first bytes, and a failing one closes
-// it too: the lock of the instances that are there is kept meanwhile.
+// it too, as does an instance that gets no user.
 std::shared_ptr<OpenDatabase> OpenReadOnly(OpenRequest const& inRequest, Busy& ioFile,
                                            FileStatus const& inStatus, std::string& outError) {
   auto const registry = FileRegistry::Instance();
@@ -218,9 +250,8 @@ std::shared_ptr<OpenDatabase> OpenReadOnly(OpenRequest const& inRequest, Busy& i
   if (others && !ioFile->mKeeper) {
     ioFile->mKeeper = std::make_unique<ReadLockKeeper>(inStatus.mPath);
   }
-  if (others) ioFile->mKeeper->Cover();
+  Covered const covered(others ? ioFile->mKeeper.get() : nullptr);
   DatabaseHandle handle = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
-  if (others) ioFile->mKeeper->Uncover();
   if (!handle) return nullptr;
   registry->SetId(*ioFile, inStatus);
   return std::make_shared<ReadOnlyUser>(registry, ioFile.get_File(), std::move(handle));

@@ -50,15 +50,27 @@ std::unique_ptr<FileRegistry::Busy> FileRegistry::Take(std::string const& inPath
     } else if (file->mId != outStatus.mId) {
       return nullptr;
     }
-    file->mNames.insert(outStatus.mPath);
-    return std::make_unique<Busy>(*this, file);
+    return Hold(file, outStatus.mPath);
   }
 }
 
-std::unique_ptr<FileRegistry::Busy> FileRegistry::Take(std::shared_ptr<OpenFile> const& inFile) {
+// Hazard: a file without users that stays here would be taken for one that is open, and what comes
+// in its place later would be refused.
+std::unique_ptr<FileRegistry::Busy> FileRegistry::Hold(std::shared_ptr<OpenFile> const& inFile,
+                                                       std::string const& inName) {
+  try {
+    inFile->mNames.insert(inName);
+    return std::make_unique<Busy>(*this, inFile);
+  } catch (...) {
+    if (inFile->get_Users() == 0) mFiles.remove(inFile);
+    throw;
+  }
+}
+
+FileRegistry::Busy FileRegistry::Take(std::shared_ptr<OpenFile> const& inFile) noexcept {
   std::unique_lock lock(mMutex);
   mChanged.wait(lock, [&] { return !inFile->mBusy; });
-  return std::make_unique<Busy>(*this, inFile);
+  return Busy(*this, inFile);
 }
 
 std::uint32_t FileRegistry::CountUsers(std::string const& inPath) {

@@ -55,7 +55,8 @@ class FileRegistry {
   // Looks at the path and waits until no other thread has its file busy. outStatus is what the
   // path is at that moment. Null: the path's file was removed or replaced while it is open here.
   std::unique_ptr<Busy> Take(std::string const& inPath, FileStatus& outStatus);
-  std::unique_ptr<Busy> Take(std::shared_ptr<OpenFile> const& inFile);
+  // The same of a file that is in the registry. Never throws: whoever closes a file needs it.
+  Busy Take(std::shared_ptr<OpenFile> const& inFile) noexcept;
   std::uint32_t CountUsers(std::string const& inPath);
 
   // Only while the caller has the file busy.
@@ -64,6 +65,7 @@ class FileRegistry {
 
  private:
   std::shared_ptr<OpenFile> Find(FileStatus const& inStatus) const;
+  std::unique_ptr<Busy> Hold(std::shared_ptr<OpenFile> const& inFile, std::string const& inName);
 
   std::mutex mMutex;
   std::condition_variable mChanged;

@@ -16,6 +16,7 @@
 #endif
 #include <windows.h>
 #else
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #if defined(__linux__)
@@ -24,6 +25,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #endif
 
 namespace lumora::duckdb_c {
@@ -131,6 +133,16 @@ FileStatus InspectFile(std::string const& inPath) {
   return status;
 }
 
+std::vector<std::string> ListFolder(std::string const& inPath) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator entry(PathOf(inPath), error), end; !error && entry != end;
+       entry.increment(error)) {
+    names.push_back(TextOf(entry->path().filename()));
+  }
+  return names;
+}
+
 // The system itself refuses to remove or to open what another process has open.
 std::string FindLockHolder(std::string const&) { return {}; }
 void FlushToDisk(std::string const& inPath) {
@@ -184,6 +196,33 @@ FileStatus InspectFile(std::string const& inPath) {
   return status;
 }
 
+namespace {
+
+// Calls inName for each entry but the folder itself and its parent until it answers true.
+template <typename TName>
+bool FindInFolder(char const* inPath, TName const& inName) {
+  struct Closer {
+    void operator()(DIR* inFolder) const { ::closedir(inFolder); }
+  };
+  std::unique_ptr<DIR, Closer> const folder(::opendir(inPath));
+  while (dirent const* const entry = folder ? ::readdir(folder.get()) : nullptr) {
+    std::string_view const name = entry->d_name;
+    if (name != "." && name != ".." && inName(entry->d_name)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::vector<std::string> ListFolder(std::string const& inPath) {
+  std::vector<std::string> names;
+  FindInFolder(inPath.c_str(), [&](char const* inName) {
+    names.emplace_back(inName);
+    return false;
+  });
+  return names;
+}
+
 std::string FindLockHolder(std::string const& inPath) {
   int const descriptor = ::open(inPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) return {};
@@ -205,17 +244,11 @@ void FlushToDisk(std::string const& inPath) {
 namespace {
 
 bool HasDescriptor(FileId const& inId) {
-  std::error_code error;
-  for (fs::directory_iterator entry("/proc/self/fd", error), end; !error && entry != end;
-       entry.increment(error)) {
+  return FindInFolder("/proc/self/fd", [&](char const* inName) {
     struct stat information {};
-    int const descriptor = std::atoi(entry->path().filename().c_str());
-    if (::fstat(descriptor, &information) == 0 &&
-        FileId{information.st_dev, information.st_ino} == inId) {
-      return true;
-    }
-  }
-  return false;
+    return ::fstat(std::atoi(inName), &information) == 0 &&
+           FileId{information.st_dev, information.st_ino} == inId;
+  });
 }
 
 }  // namespace

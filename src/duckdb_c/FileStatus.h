@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 // What this library asks of the file system beside DuckDB. All that differs between POSIX and
 // Windows stands in FileStatus.cpp. Paths are UTF-8. Everything may be called from any thread.
@@ -38,6 +39,10 @@ std::filesystem::path PathOf(std::string const& inPath);
 // Asks for the status alone and never opens the file (so it keeps locks alone and a pipe cannot
 // stop it). Never throws for what the file system says.
 FileStatus InspectFile(std::string const& inPath);
+
+// The names in a folder, in no order; none when it cannot be read. Unlike an iterator of the
+// standard library, whose steps may not throw, it passes std::bad_alloc on.
+std::vector<std::string> ListFolder(std::string const& inPath);
 
 // The local path behind what DuckDB takes for one: "file://…" and "duckdb:…" without their
 // beginning, anything else as it is. Empty for what DuckDB hands to an extension ("md:", "s3://")

@@ -87,7 +87,11 @@ void GiveBack(std::unique_ptr<PrivateConnection> inConnection) noexcept {
     broken.swap(pool.mInstance);
     dropped.swap(pool.mIdle);
   } else if (is_current) {
-    pool.mIdle.push_back(std::move(inConnection));
+    try {
+      pool.mIdle.push_back(std::move(inConnection));
+    } catch (std::bad_alloc const&) {
+      // No room to keep it: it is closed, and the next work opens another.
+    }
   }
 }
 

@@ -244,6 +244,7 @@ TEST_F(RestoreDatabase, InterruptedBetweenItsRenamesIsUndoneByTheNextLook) {
     fs::rename(mFolder.At("a.db"), mFolder.At("a.db.lumora-replaced"));
     fs::rename(mFolder.At("a.db.wal"), mFolder.At("a.db.lumora-replaced.wal"));
     mFolder.Write("a.db.lumora-restoring", "half");
+    mFolder.Write("a.db.lumora-restoring.creating", "half");
     if (look == "open") EXPECT_EQ(ValueIn("a.db"), 107);
     if (look == "create") At("a.db")->Create();
     if (look == "drop") At("a.db")->Drop();
