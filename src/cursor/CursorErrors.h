@@ -14,6 +14,7 @@ inline constexpr char const* kNoCurrentRecord = "No current record.";
 inline constexpr char const* kNoData = "Data is not available. Use NextRecord() to fetch data.";
 inline constexpr char const* kPosition = "Current position is out of bounds";
 inline constexpr char const* kCutShort = "The result ended before its last record";
+inline constexpr char const* kUnreadable = "DuckDB cannot give the value";
 
 inline constexpr char const* kNoRecordCount =
     "get_RecordCount() is not supported for server-side cursors";

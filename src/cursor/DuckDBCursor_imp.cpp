@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "duckdb_c/EngineLockGuard.h"
+#include "duckdb_c/TypeText.h"
 #include "duckdb_c/Types.h"
-#include "duckdb_c/duckdb_completion.h"
 #include "tarn/Converter.h"
 #include "tarn/Exceptions.h"
 
@@ -23,8 +23,8 @@ String FromUTF8(char const* inText) {
 }
 
 String TypeName(duckdb_logical_type inType) {
-  duckdb_c::TextHandle const text(duckdb_logical_type_to_string(inType));
-  return FromUTF8(text.get());
+  auto const text = duckdb_c::GetTypeText(inType);
+  return FromUTF8(text ? text->c_str() : nullptr);
 }
 
 template <typename T>

@@ -3,17 +3,34 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <optional>
+#include <string>
 #include <string_view>
 
+#include "cursor/CursorErrors.h"
 #include "cursor/VariantEnvelope.h"
+#include "duckdb_c/CellValues.h"
 #include "duckdb_c/Handles.h"
 #include "duckdb_c/ValueText.h"
 #include "duckdb_c/VariantReader.h"
-#include "duckdb_c/duckdb_completion.h"
+#include "duckdb_c/VariantValue.h"
+#include "tarn/Exceptions.h"
 
 namespace lumora {
 
 namespace {
+
+// Hazard: what DuckDB could not give would be taken for NULL, or for an empty text.
+[[noreturn]] void ThrowUnreadable() {
+  throw tarn::lsql::xDuckDBError(cursor_errors::kCode, cursor_errors::kUnknownDatabase,
+                                 cursor_errors::kUnreadable);
+}
+
+std::string TextOf(duckdb_value inValue) {
+  std::optional<std::string> text = duckdb_c::GetValueText(inValue);
+  if (!text) ThrowUnreadable();
+  return *std::move(text);
+}
 
 using Conversion = ValuePtr (*)(duckdb_value);
 using VariantConversion = ValuePtr (*)(duckdb_value, std::uint32_t);
@@ -23,9 +40,7 @@ ValuePtr Scalar(duckdb_value inValue) {
   return TMake(TGet(inValue));
 }
 
-ValuePtr Text(duckdb_value inValue) {
-  return MakeStringValue(std::string_view(duckdb_c::GetValueText(inValue)));
-}
+ValuePtr Text(duckdb_value inValue) { return MakeStringValue(std::string_view(TextOf(inValue))); }
 
 ValuePtr Null(duckdb_value) { return MakeNullValue(); }
 
@@ -72,7 +87,7 @@ ValuePtr Int8(duckdb_value inChild, std::uint32_t inCode) {
 }
 
 ValuePtr Envelope(duckdb_value inChild, std::uint32_t inCode) {
-  return MakeVariantEnvelope(VariantTypeName(inCode), duckdb_c::GetValueText(inChild));
+  return MakeVariantEnvelope(VariantTypeName(inCode), TextOf(inChild));
 }
 
 // By variant type code; what is not listed, and every code past the end, is an envelope.
@@ -110,7 +125,8 @@ ValuePtr ConvertDuckDBValue(duckdb_value inValue, std::uint32_t const* inVariant
   duckdb_c::TypeId const type = duckdb_c::GetValueTypeId(inValue);
   if (type < kConversions.size()) return kConversions[type](inValue);
   if (type == duckdb_c::kTypeVariant && inVariantType) {
-    duckdb_c::ValueHandle const child(duckdb_value_variant_child(inValue));
+    duckdb_c::ValueHandle const child = duckdb_c::GetVariantChild(inValue);
+    if (!child) ThrowUnreadable();
     return ConvertVariantValue(child.get(), *inVariantType);
   }
   return Text(inValue);
@@ -126,9 +142,10 @@ ValuePtr ConvertVariantValue(duckdb_value inChild, std::uint32_t inVariantType) 
 
 ValuePtr ConvertCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow,
                      duckdb_c::TypeId inType) {
-  duckdb_c::ValueHandle const value(duckdb_data_chunk_get_value(inChunk, inColumn, inRow));
-  if (!value || inType != duckdb_c::kTypeVariant) return ConvertDuckDBValue(value.get(), nullptr);
-  std::uint32_t const code = duckdb_value_variant_type(value.get());
+  duckdb_c::ValueHandle const value = duckdb_c::GetCellValue(inChunk, inColumn, inRow);
+  if (!value) ThrowUnreadable();
+  if (inType != duckdb_c::kTypeVariant) return ConvertDuckDBValue(value.get(), nullptr);
+  std::uint32_t const code = duckdb_c::GetVariantType(value.get());
   // Signed: the "no code" of 2^32 - 1 counts as a code.
   bool const hasCode =
       static_cast<std::int32_t>(code) < static_cast<std::int32_t>(duckdb_c::kVariantCodeCount);

@@ -12,7 +12,8 @@
 //
 // Scalars with a host kind become typed values, NULL a null Boolean, everything else DuckDB's text.
 // The arguments stay the caller's, but reading a value may change its type in place: convert it
-// once. The result is the caller's. Throw std::bad_alloc alone. Any thread.
+// once. The result is the caller's. Any thread. Errors: std::bad_alloc, and xDuckDBError 0x72501
+// ("unknown", "DuckDB cannot give the value") for one that is there but cannot be had.
 namespace lumora {
 
 // inValue: may be null. inVariantType: the variant type code (0 to 33) of a VARIANT value, or null.

@@ -175,15 +175,18 @@ ValueHandle MakeCellValue(duckdb_vector inVector, idx_t inSize, idx_t inRow) {
   return RebuildCell(inVector, inRow);
 }
 
+ValueHandle GetCellValue(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow) {
+  if (!inChunk || inColumn >= duckdb_data_chunk_get_column_count(inChunk)) return {};
+  const idx_t size = duckdb_data_chunk_get_size(inChunk);
+  if (inRow >= size) return {};
+  return MakeCellValue(duckdb_data_chunk_get_vector(inChunk, inColumn), size, inRow);
+}
+
 }  // namespace lumora::duckdb_c
 
 duckdb_value duckdb_data_chunk_get_value(duckdb_data_chunk chunk, idx_t column, idx_t row) {
   try {
-    if (!chunk || column >= duckdb_data_chunk_get_column_count(chunk)) return nullptr;
-    const idx_t size = duckdb_data_chunk_get_size(chunk);
-    if (row >= size) return nullptr;
-    const duckdb_vector vector = duckdb_data_chunk_get_vector(chunk, column);
-    return lumora::duckdb_c::MakeCellValue(vector, size, row).release();
+    return lumora::duckdb_c::GetCellValue(chunk, column, row).release();
   } catch (...) {
     return nullptr;
   }

@@ -11,4 +11,8 @@ namespace lumora::duckdb_c {
 // through the private database; null when that fails.
 ValueHandle MakeCellValue(duckdb_vector inVector, idx_t inSize, idx_t inRow);
 
+// duckdb_data_chunk_get_value for those who must tell want of memory (std::bad_alloc) from a cell
+// that DuckDB cannot give (null).
+ValueHandle GetCellValue(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow);
+
 }  // namespace lumora::duckdb_c

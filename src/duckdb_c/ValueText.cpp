@@ -35,7 +35,8 @@ bool HasNamedTypeInside(duckdb_logical_type inType) {
     case DUCKDB_TYPE_UNION:
       return AnyMemberHasNamedType(inType, duckdb_union_type_member_count(inType),
                                    duckdb_union_type_member_type);
-    default: return false;
+    default:
+      return false;
   }
 }
 
@@ -43,18 +44,28 @@ bool HasNamedType(duckdb_logical_type inType) {
   return TextHandle(duckdb_logical_type_get_alias(inType)) || HasNamedTypeInside(inType);
 }
 
-std::string TextBySql(duckdb_value inValue) {
+using OptionalText = std::optional<std::string>;
+
+OptionalText TextBySql(duckdb_value inValue) {
   const VectorHandle vector = MakeVectorOf(inValue);
   const ColumnText text = RenderColumn(vector.get(), 1, Rendering::kText);
+  if (!text || text.IsNull(0)) return std::nullopt;
   return std::string(text.get_Text(0));
 }
 
 // The bytes of a VARCHAR value, whatever its alias.
-std::string BytesOfText(duckdb_value inText) {
+OptionalText BytesOfText(duckdb_value inText) {
   const VectorHandle vector = MakeVectorOf(inText);
-  if (!vector) return {};
+  if (!vector) return std::nullopt;
   const auto* const data = static_cast<duckdb_string_t*>(duckdb_vector_get_data(vector.get()));
-  return data ? std::string(TextOf(*data)) : std::string();
+  if (!data) return std::nullopt;
+  return std::string(TextOf(*data));
+}
+
+OptionalText Varchar(duckdb_value inValue) {
+  const TextHandle text(duckdb_get_varchar(inValue));
+  if (!text) return std::nullopt;
+  return std::string(text.get());
 }
 
 // Whether a text of such a type may hold what is inside some text, and so a NUL byte.
@@ -67,20 +78,22 @@ bool MayHoldText(TypeId inType) {
     case DUCKDB_TYPE_STRUCT:
     case DUCKDB_TYPE_UNION:
     case kTypeVariant:
-    case DUCKDB_TYPE_INVALID: return true;
-    default: return false;
+    case DUCKDB_TYPE_INVALID:
+      return true;
+    default:
+      return false;
   }
 }
 
 }  // namespace
 
-std::string GetValueText(duckdb_value inValue) {
-  if (!inValue || duckdb_is_null_value(inValue)) return {};
+std::optional<std::string> GetValueText(duckdb_value inValue) {
+  if (!inValue || duckdb_is_null_value(inValue)) return std::string();
   // The type belongs to the value.
   const duckdb_logical_type type = duckdb_get_value_type(inValue);
   const TypeId id = GetTypeId(type);
   if (id == DUCKDB_TYPE_VARCHAR) return BytesOfText(inValue);
-  if (!MayHoldText(id)) return TextOr(TextHandle(duckdb_get_varchar(inValue)).get(), "");
+  if (!MayHoldText(id)) return Varchar(inValue);
   if (HasNamedTypeInside(type)) return TextBySql(inValue);
   const LogicalTypeHandle text_type(duckdb_create_logical_type(DUCKDB_TYPE_VARCHAR));
   return BytesOfText(RetypeValue(text_type.get(), inValue).get());

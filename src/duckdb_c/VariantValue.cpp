@@ -1,3 +1,5 @@
+#include "duckdb_c/VariantValue.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -133,7 +135,14 @@ OpenVariant Open(duckdb_value inValue) {
   return variant;
 }
 
-ValueHandle MakeVariantChild(duckdb_value inValue) {
+}  // namespace
+
+std::uint32_t GetVariantType(duckdb_value inValue) {
+  const OpenVariant variant = Open(inValue);
+  return variant.mCell ? static_cast<std::uint32_t>(variant.mCell->mCode) : UINT32_MAX;
+}
+
+ValueHandle GetVariantChild(duckdb_value inValue) {
   const OpenVariant variant = Open(inValue);
   if (!variant.mCell) return {};
   const VariantCell& cell = *variant.mCell;
@@ -142,13 +151,11 @@ ValueHandle MakeVariantChild(duckdb_value inValue) {
   return make ? make(cell) : MakeJsonText(variant.mVector.get());
 }
 
-}  // namespace
 }  // namespace lumora::duckdb_c
 
 uint32_t duckdb_value_variant_type(duckdb_value value) {
   try {
-    const auto variant = lumora::duckdb_c::Open(value);
-    return variant.mCell ? static_cast<uint32_t>(variant.mCell->mCode) : UINT32_MAX;
+    return lumora::duckdb_c::GetVariantType(value);
   } catch (...) {
     return UINT32_MAX;
   }
@@ -156,7 +163,7 @@ uint32_t duckdb_value_variant_type(duckdb_value value) {
 
 duckdb_value duckdb_value_variant_child(duckdb_value value) {
   try {
-    return lumora::duckdb_c::MakeVariantChild(value).release();
+    return lumora::duckdb_c::GetVariantChild(value).release();
   } catch (...) {
     return nullptr;
   }

@@ -51,7 +51,7 @@ TEST(ValueText, AListOfJsonIsWrittenAsSqlWritesIt) {
 
 TEST(ValueText, TenMegabytesAreWhole) {
   const ValueHandle value = SharedConnection().Value("SELECT repeat('0123456789', 1024 * 1024)");
-  EXPECT_EQ(GetValueText(value.get()).size(), 10U << 20U);
+  EXPECT_EQ(GetValueText(value.get())->size(), 10U << 20U);
 }
 
 }  // namespace
