@@ -1,7 +1,7 @@
 #include "tarn/EngineLock.h"
 
 #include <atomic>
-#include <memory>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -10,7 +10,45 @@
 namespace tarn {
 namespace {
 
-void FreeCell(void* inCell) { delete static_cast<bool*>(inCell); }
+// Hazard: a thread whose first call gives the last reference to an object up, or asks for an answer
+// that never throws, needs its cell, memory or not. Remedy: some cells that are always there.
+class Reserve {
+ public:
+  // Null when all are taken.
+  bool* Take() noexcept {
+    for (std::size_t i = 0; i < kCells; ++i) {
+      if (!mTaken[i].exchange(true)) return &mCells[i];
+    }
+    return nullptr;
+  }
+  // False: it is none of these.
+  bool GiveBack(bool const* inCell) noexcept {
+    for (std::size_t i = 0; i < kCells; ++i) {
+      if (inCell != &mCells[i]) continue;
+      mTaken[i].store(false);
+      return true;
+    }
+    return false;
+  }
+
+ private:
+  static constexpr std::size_t kCells = 64;
+  bool mCells[kCells] = {};
+  std::atomic<bool> mTaken[kCells] = {};
+};
+constinit Reserve gReserve;
+
+bool* NewCell(bool inValue) noexcept {
+  if (auto* const cell = new (std::nothrow) bool(inValue)) return cell;
+  bool* const cell = gReserve.Take();
+  if (cell) *cell = inValue;
+  return cell;
+}
+
+void FreeCell(void* inCell) {
+  auto* const cell = static_cast<bool*>(inCell);
+  if (!gReserve.GiveBack(cell)) delete cell;
+}
 
 // Never destroyed: objects with static lifetime may lock it while the process ends.
 Thread_Mutex_Win* DefaultMutex() noexcept {
@@ -50,9 +88,11 @@ void TLS_SimpleType_Var<bool>::set(bool inValue) {
     return;
   }
   if (mSlot == platform::kNoSlot) return;
-  auto cell = std::make_unique<bool>(inValue);
-  if (!platform::SetSlotValue(mSlot, cell.get())) throw std::bad_alloc();
-  (void)cell.release();
+  bool* const cell = NewCell(inValue);
+  if (!cell) throw std::bad_alloc();
+  if (platform::SetSlotValue(mSlot, cell)) return;
+  FreeCell(cell);
+  throw std::bad_alloc();
 }
 
 TLS_SimpleType_Var<bool> gIsGlobalLockTaken;

@@ -45,7 +45,7 @@ LocationKind KindOf(View inPath) noexcept {
 String Text(View inText) { return String(inText.data(), static_cast<std::int32_t>(inText.size())); }
 
 // Without the separators at the end; a root stays.
-View TrimSeparators(View inPath) noexcept {
+View TrimSeparators(View inPath) {
   std::size_t const root = platform::ToPath(Text(inPath)).root_path().native().size();
   while (inPath.size() > 1 && inPath.size() > root && platform::IsSeparator(inPath.back())) {
     inPath.remove_suffix(1);

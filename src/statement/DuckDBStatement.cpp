@@ -66,8 +66,9 @@ void DuckDBStatement::Detach() noexcept {
   if (!database) return;
   try {
     database->get_Interface().UnregisterStatement(this);
-  } catch (xException const&) {
-    // A closing database has taken this statement off its list already, and says so.
+  } catch (...) {
+    // A closing database has taken this statement off its list already, and says so, or has no
+    // memory to.
   }
 }
 
@@ -153,7 +154,9 @@ void DuckDBStatement::PreparePiece() {
 void DuckDBStatement::TakeCurrentSql() {
   lumora::duckdb_c::TextHandle const sql(
       duckdb_extracted_statement_sql(mExtracted.get(), mNextIndex));
-  if (sql) mCurrentSql = StToUTF16(sql.get(), -1, GetConverter_UTF8());
+  // The piece is there, so there was no memory for its text.
+  if (!sql) throw std::bad_alloc();
+  mCurrentSql = StToUTF16(sql.get(), -1, GetConverter_UTF8());
 }
 
 void DuckDBStatement::FinishRun() {

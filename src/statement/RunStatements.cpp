@@ -34,6 +34,27 @@ Results RunWithParameters(I_DatabaseLink& inDatabase,
   return results;
 }
 
+// The text of a failed statement of a script, after what is open was rolled back, want of memory
+// for the text or not.
+std::string RollBackFailed(duckdb_connection inConnection, duckdb_c::PreparedHandle& ioPrepared,
+                           duckdb_c::ResultHandle& ioResult) {
+  auto const rollBack = [&] {
+    ioPrepared.reset();
+    ioResult.reset();
+    duckdb_c::ResultHandle rollback;
+    (void)duckdb_query(inConnection, "ROLLBACK", rollback.out());
+  };
+  std::string message;
+  try {
+    message = TextOr(duckdb_result_error(ioResult.ptr()), statement_text::kExecute);
+  } catch (...) {
+    rollBack();
+    throw;
+  }
+  rollBack();
+  return message;
+}
+
 duckdb_c::ResultHandle RunExtracted(I_DatabaseLink& inDatabase, duckdb_connection inConnection,
                                     duckdb_extracted_statements inExtracted, idx_t inIndex) {
   duckdb_c::PreparedHandle prepared;
@@ -44,12 +65,7 @@ duckdb_c::ResultHandle RunExtracted(I_DatabaseLink& inDatabase, duckdb_connectio
   }
   duckdb_c::ResultHandle result;
   if (duckdb_execute_prepared(prepared.get(), result.out()) != DuckDBSuccess) {
-    std::string const message = TextOr(duckdb_result_error(result.ptr()), statement_text::kExecute);
-    prepared.reset();
-    result.reset();
-    duckdb_c::ResultHandle rollback;
-    (void)duckdb_query(inConnection, "ROLLBACK", rollback.out());
-    ThrowError(&inDatabase, message);
+    ThrowError(&inDatabase, RollBackFailed(inConnection, prepared, result));
   }
   return result;
 }
