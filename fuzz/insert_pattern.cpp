@@ -1,6 +1,6 @@
-// IsPlainInsert on any text. What it accepts is for DuckDB one INSERT or nothing; and where DuckDB
-// can prepare it, a whole number arrives in its column the same, whether it is bound as it is or in
-// the exact type of its parameter: this is what the pattern is for.
+// IsPlainInsert and ReadParameterInsert on any text. What it accepts is for DuckDB one INSERT or
+// nothing; and where DuckDB can prepare it, a whole number arrives in its column the same, whether
+// it is bound as it is or in the exact type of its parameter: this is what the pattern is for.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -53,8 +53,9 @@ std::string Contents() {
 // What the tables hold after the statement, or why it fails; the tables are empty again then.
 std::string Effect(duckdb_prepared_statement inStatement, std::int64_t inNumber, bool inIsExact) {
   tarn::smart_ptr<tarn::I_Value> const number(tarn::CreateValueLLong(false, nullptr, nullptr));
-  number->put_LLong(inNumber);
   for (idx_t i = 1; i <= duckdb_nparams(inStatement); ++i) {
+    // Another one for each parameter, so that two that are mixed up are seen.
+    number->put_LLong(static_cast<std::int64_t>(static_cast<std::uint64_t>(inNumber) + i));
     LogicalTypeHandle const type(duckdb_param_logical_type(inStatement, i));
     lumora::duckdb_c::TypeId const target = duckdb_get_type_id(type.get());
     ValueHandle const value = lumora::MakeDuckDBValue(number.get(), inIsExact ? target : 0);
@@ -76,12 +77,50 @@ void CheckPrepared(duckdb_prepared_statement inStatement, std::int64_t inNumber)
   Require(plain == exact, "the same row from either type: " + plain + " and " + exact);
 }
 
+std::string Quote(std::string const& inName) {
+  std::string quoted = "\"";
+  for (char const c : inName) quoted.append(c == '"' ? 2 : 1, c);
+  return quoted + '"';
+}
+
+// The statement put together again from its parts.
+std::string MakeSql(lumora::ParameterInsert const& inParts) {
+  std::string sql = "INSERT INTO ";
+  for (auto const& name : inParts.mName)
+    sql += (&name == &inParts.mName[0] ? "" : ".") + Quote(name);
+  for (auto const& column : inParts.mColumns) {
+    sql += (&column == &inParts.mColumns[0] ? " (" : ", ") + Quote(column);
+  }
+  sql += inParts.mColumns.empty() ? " VALUES (" : ") VALUES (";
+  for (std::size_t i = 0; i < inParts.mParameters.size(); ++i) {
+    sql += (i == 0 ? "$" : ", $") + std::to_string(inParts.mParameters[i] + 1);
+  }
+  return sql + ")";
+}
+
+// The parts of an INSERT of parameters alone are that statement.
+void CheckParts(std::string const& inSql, duckdb_prepared_statement inStatement,
+                std::int64_t inNumber) {
+  auto const parts = lumora::ReadParameterInsert(inSql);
+  if (!parts) return;
+  Require(parts->mParameters.size() == duckdb_nparams(inStatement), "each parameter once");
+  std::string const again = MakeSql(*parts);
+  PreparedHandle prepared;
+  bool const isPrepared =
+      duckdb_prepare(Tables().get(), again.c_str(), prepared.out()) == DuckDBSuccess;
+  Require(isPrepared, "the parts are a statement: " + again);
+  std::string const first = Effect(inStatement, inNumber, false);
+  Require(Effect(prepared.get(), inNumber, false) == first, "and the same one: " + again);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* inData, std::size_t inSize) {
   Input input(inData, inSize);
   auto const number = static_cast<std::int64_t>(input.TakeNumber());
   std::string const sql = input.TakeRest();
+  Require(lumora::IsPlainInsert(sql) || !lumora::ReadParameterInsert(sql),
+          "parts of a plain INSERT");
   if (!lumora::IsPlainInsert(sql) || sql.find('\0') != std::string::npos) return 0;
   ExtractedHandle extracted;
   idx_t const count = duckdb_extract_statements(Tables().get(), sql.c_str(), extracted.out());
@@ -91,6 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* inData, std::size_t in
   if (duckdb_prepare_extracted_statement(Tables().get(), extracted.get(), 0, prepared.out()) ==
       DuckDBSuccess) {
     CheckPrepared(prepared.get(), number);
+    CheckParts(sql, prepared.get(), number);
   }
   return 0;
 }

@@ -21,13 +21,15 @@ fi
 [ ${#names[@]} -gt 0 ] || { echo "fuzz: there is no fuzzer" >&2; exit 1; }
 
 run_one() {
-    local name="$1" dictionary=()
+    local name="$1" dictionary=() own=()
     local corpus="$build/corpus/$name" kept="$root/fuzz/corpus/$name"
     mkdir -p "$corpus"
     [ -d "$kept" ] || kept="$corpus"
     [ ! -f "$root/fuzz/$name.dict" ] || dictionary=("-dict=$root/fuzz/$name.dict")
+    # The fuzzer's own options: a line each.
+    [ ! -f "$root/fuzz/$name.options" ] || mapfile -t own < <(grep -v '^#' "$root/fuzz/$name.options")
     if "$build/fuzz/fuzz_$name" "-max_total_time=$seconds" -timeout=60 -rss_limit_mb=8192 \
-        -print_final_stats=1 "-artifact_prefix=$build/findings/$name-" "${dictionary[@]}" \
+        -print_final_stats=1 "-artifact_prefix=$build/findings/$name-" "${dictionary[@]}" "${own[@]}" \
         "$corpus" "$kept" >"$build/log/$name.log" 2>&1; then
         echo "fuzz: $name: nothing found, $(sed -n 's/stat::number_of_executed_units: *//p' "$build/log/$name.log") inputs"
     else
