@@ -231,12 +231,21 @@ BatchInsert::Outcome BatchInsert::RunOwn(duckdb_connection inConnection, RowBatc
                                          std::uint32_t inFirst, std::uint32_t inCount) {
   if (!Execute(inConnection, "BEGIN TRANSACTION")) return Outcome::kUnfit;
   bool const isFit = IsFit(inConnection, inRows);
-  if (isFit && Append(inConnection, inRows, inFirst, inCount) && Execute(inConnection, "COMMIT")) {
-    return Outcome::kDone;
-  }
+  if (isFit && Append(inConnection, inRows, inFirst, inCount)) return Commit(inConnection);
   (void)Execute(inConnection, "ROLLBACK");
   if (!isFit) return Outcome::kUnfit;
   return mIsInterrupted ? Outcome::kFinal : Outcome::kFailed;
+}
+
+// Hazard: a commit can fail after it was made, in the checkpoint that follows it. Remedy: the rows
+// are tried again only when DuckDB says that it was the commit.
+BatchInsert::Outcome BatchInsert::Commit(duckdb_connection inConnection) {
+  duckdb_c::ResultHandle result;
+  if (duckdb_query(inConnection, "COMMIT", result.out()) == DuckDBSuccess) return Outcome::kDone;
+  mError = duckdb_c::TextOr(duckdb_result_error(result.ptr()), statement_text::kExecuteUnknown);
+  bool const isUndone = duckdb_result_error_type(result.ptr()) == DUCKDB_ERROR_TRANSACTION;
+  (void)Execute(inConnection, "ROLLBACK");
+  return isUndone ? Outcome::kFailed : Outcome::kFinal;
 }
 
 // Hazard: an appender that is given up tries once more what it could not append. Remedy: it goes

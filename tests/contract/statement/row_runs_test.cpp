@@ -107,6 +107,28 @@ TEST_F(RowRuns, AFailingRowOfManyCostsNoRunOfAllOfThem) {
   EXPECT_EQ(Number("SELECT count(*) FROM k"), 19990);
 }
 
+TEST_F(RowRuns, ARowMayReferToOneBeforeItAndToNoneAfterIt) {
+  auto const rows = [](std::int64_t inTo) {
+    std::vector<RowPtr> all;
+    for (int i = 0; i < kRows; ++i) {
+      all.push_back(MakeRow({MakeLong(i), i == 0 ? ValuePtr() : ValuePtr(MakeLong(i - 1))}));
+    }
+    all[100] = MakeRow({MakeLong(100), MakeLLong(inTo)});
+    return all;
+  };
+  for (int const to : {99, 100, 101, 150}) {
+    Run(mDatabase, "CREATE OR REPLACE TABLE f(i INTEGER PRIMARY KEY, o INTEGER REFERENCES f(i))");
+    bool const isGood = to == 99;
+    EXPECT_EQ(ThrownBy([&] { Execute(rows(to), "INSERT INTO f VALUES (?, ?)"); }) == Thrown(),
+              isGood);
+    std::int64_t const batched = Number("SELECT count(*) FROM f");
+    Run(mDatabase, "CREATE OR REPLACE TABLE f(i INTEGER PRIMARY KEY, o INTEGER REFERENCES f(i))");
+    (void)ThrownBy([&] { Execute(rows(to), "INSERT INTO f VALUES (?, ? /**/)"); });
+    EXPECT_EQ(batched, Number("SELECT count(*) FROM f")) << to;
+    EXPECT_EQ(batched, isGood ? kRows : 100) << to;
+  }
+}
+
 TEST_F(RowRuns, ABatchThatDuckDBRefusesIsRunRowByRowAndOnce) {
   FailingCall const failing(Call::kFlushAppender);
   EXPECT_EQ(Execute(PlainRows(kRows)), 1);
