@@ -78,10 +78,12 @@ class Maker {
 };
 
 std::string Maker::MakeColumn(std::size_t inIndex) {
-  mTypes.push_back(Chance(60) ? kTypes[Roll(6)] : Pick(kTypes));
+  mTypes.push_back(Chance(70) ? kTypes[Roll(6)] : Pick(kTypes));
   std::string column = "c" + std::to_string(inIndex) + " " + mTypes.back();
-  if (Chance(15)) column += std::string(" DEFAULT (") + Pick(kDefaults) + ")";
-  if (Chance(10)) column += std::string(" ") + Pick(kConstraints);
+  if (Chance(25)) {
+    column += std::string(" DEFAULT (") + (Chance(30) ? "nextval('q')" : Pick(kDefaults)) + ")";
+  }
+  if (Chance(15)) column += std::string(" ") + Pick(kConstraints);
   bool const isWhole = mTypes.back() == "INTEGER" || mTypes.back() == "BIGINT";
   if (isWhole && Chance(4)) column += " REFERENCES parent(k)";
   return column;
@@ -122,7 +124,7 @@ void Maker::MakeTable() {
 void Maker::MakeInsert() {
   for (std::size_t i = 0; i < mColumns; ++i) mTargets.push_back(i);
   std::string columns;
-  if (Chance(40)) {
+  if (Chance(50)) {
     std::shuffle(mTargets.begin(), mTargets.end(), mRandom);
     mTargets.resize(1 + Roll(mColumns));
     for (std::size_t i : mTargets) {
