@@ -72,6 +72,16 @@ void* DuckDBQueryResult::QueryInterface(std::uint32_t inInterfaceId) {
   return lumora::QueryOwnInterface<kIID_DuckDBQueryResult>(this, inInterfaceId);
 }
 
+smart_ptr<I_DuckDBCursor> DuckDBQueryResult::get_Cursor() const {
+  std::lock_guard const lock(mCursorMutex);
+  return mCursor;
+}
+
+smart_ptr<I_DuckDBCursor> DuckDBQueryResult::TakeCursor() {
+  std::lock_guard const lock(mCursorMutex);
+  return std::move(mCursor);
+}
+
 smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::NextResult() {
   lumora::EngineLockGuard const guard;
   if (mNext >= mResults.size()) return nullptr;
@@ -82,7 +92,7 @@ smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::NextResult() {
 void DuckDBQueryResult::Close() {
   lumora::EngineLockGuard const guard(std::nothrow);
   lumora::I_DatabaseLink* const database = std::exchange(mDatabase, nullptr);
-  mCursor.reset();
+  TakeCursor().reset();
   ReleaseResults();
   if (database) database->get_Interface().UnregisterQueryResult(this);
 }

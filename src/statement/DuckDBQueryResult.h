@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <mutex>
 #include <vector>
 
 #include "cursor/I_DatabaseLink.h"
@@ -33,7 +34,7 @@ class DuckDBQueryResult final : public I_DuckDBQueryResult,
   std::uint32_t get_RefsCount() const override { return mRefCount.get(); }
 
   std::uint64_t get_RowsChanged() const override { return mRowsChanged; }
-  smart_ptr<I_DuckDBCursor> get_Cursor() const override { return mCursor; }
+  smart_ptr<I_DuckDBCursor> get_Cursor() const override;
   std::uint32_t get_Flags() const override { return mFlags; }
   std::int64_t get_ErrorPosition() const override { return mError.mPosition; }
   String get_ErrorMessage() const override { return mError.mMessage; }
@@ -49,6 +50,7 @@ class DuckDBQueryResult final : public I_DuckDBQueryResult,
   ~DuckDBQueryResult() override = default;
 
   void Classify();
+  smart_ptr<I_DuckDBCursor> TakeCursor();
   void ReleaseResults() noexcept;
 
   RefsCount mRefCount;
@@ -61,11 +63,15 @@ class DuckDBQueryResult final : public I_DuckDBQueryResult,
 
   // Guarded by the engine lock.
   lumora::I_DatabaseLink* mDatabase;
-  smart_ptr<I_DuckDBCursor> mCursor;
   lumora::duckdb_c::ResultHandle mCurrent;
   // A chain of thousands of results hands one vector on; moving its front would cost the square.
   std::vector<lumora::duckdb_c::ResultHandle> mResults;
   std::size_t mNext;
+
+  // The getters take no engine lock, and the database may close on another thread meanwhile.
+  // Nothing is released or locked while it is held.
+  mutable std::mutex mCursorMutex;
+  smart_ptr<I_DuckDBCursor> mCursor;  // guarded by it
 };
 
 }  // namespace tarn::lsql

@@ -125,6 +125,24 @@ TEST_F(StatementThreads, TheLastReferenceMayGoWhileChildrenAreInUse) {
   }
 }
 
+TEST_F(StatementThreads, AResultIsAskedForItsCursorWhileItCloses) {
+  for (int round = 0; round < kRounds; ++round) {
+    auto const result = mDatabase->Execute("SELECT 1", 2, nullptr);
+    std::atomic<bool> started{false};
+    std::thread user([&] {
+      while (auto const cursor = result->get_Cursor()) {
+        started = true;
+        EXPECT_EQ(cursor->get_ColumnCount(), 1U);
+      }
+    });
+    while (!started) std::this_thread::yield();
+    round % 2 == 0 ? result->Close() : mDatabase->Close();
+    user.join();
+    EXPECT_EQ(result->get_Flags(), 1U);
+    if (!mDatabase->get_IsOpen()) Open();
+  }
+}
+
 TEST_F(StatementThreads, OneStatementServesManyThreadsInTurns) {
   auto const statement = mDatabase->CreateStatement("INSERT INTO t VALUES (?, 'x')");
   statement->PrepareNext();
