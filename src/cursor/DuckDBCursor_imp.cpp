@@ -157,7 +157,7 @@ duckdb_c::ChunkHandle DuckDBCursor_imp::FetchChunk() {
 // end: with no chunk. A materialised result knows how many rows it has.
 void DuckDBCursor_imp::CheckComplete() {
   if (char const* const text = duckdb_result_error(mResult.ptr()); text && *text) Fail(text);
-  if (!duckdb_result_is_streaming(mResult.get()) &&
+  if (mResult && !duckdb_result_is_streaming(mResult.get()) &&
       mRowsFetched != duckdb_row_count(mResult.ptr())) {
     Fail(errors::kCutShort);
   }
