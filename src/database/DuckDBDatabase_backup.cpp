@@ -48,7 +48,7 @@ void WriteMarker(smart_ptr<I_Location> const& inBackup, String const& inDatabase
 
 // Everything up to the export, under the engine lock.
 smart_ptr<I_Location> DuckDBDatabase::PrepareBackup(smart_ptr<I_Location>& ioFolder) {
-  ioFolder = ChooseFolder(std::move(ioFolder), *mLocation);
+  ioFolder = ChooseFolder(ioFolder, *mLocation);
   auto const folder = FolderOf(ioFolder);
   if (!folder || !folder->get_Exists()) Throw(lumora::kNoBackupFolder);
   auto backup = gCreateBackupLocation ? gCreateBackupLocation(ioFolder) : nullptr;
