@@ -14,6 +14,9 @@ namespace tarn {
 // A new object has the count 0; whoever creates it puts it into a smart_ptr at once, which takes
 // the first reference. The object dies in the Release that brings the count to 0, on the thread
 // that called it. AddRef, Release and get_RefsCount may be called from any thread.
+//
+// The order of an interface's operations is its binary form, on which a host and an extension that
+// are built apart rely: a new operation goes to the end, and none is ever removed.
 class LSHARED_API I_Unknown {
  public:
   virtual ~I_Unknown() = default;

@@ -42,13 +42,15 @@ class LSHARED_API I_DuckDBCursor : public I_Unknown {
 
   virtual bool FirstRecord() = 0;  // client-side alone
   virtual bool LastRecord() = 0;   // client-side alone
-  // True when there is a next record, which then is the current one. From the start: the first.
+  // True when there is a next record, which then is the current one. From the start: the first. A
+  // server-side cursor fails with DuckDB's message or "The result ended before its last record"
+  // when DuckDB gives the result up.
   virtual bool NextRecord() = 0;
   virtual bool PrevRecord() = 0;  // client-side alone
 
   // The value of the current record. Errors: "inColumnIndex is out of bounds",
-  // "No current record." (client), "Data is not available. Use NextRecord() to fetch data." and
-  // "Current position is out of bounds" (server). A client cursor answers the same object at
+  // "No current record." (client), "Data is not available. Use NextRecord() to fetch data."
+  // (server, before the first record and past the last). A client cursor answers the same object at
   // every call, a server cursor a new one.
   virtual smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) = 0;
 

@@ -26,7 +26,8 @@ class LSHARED_API I_DuckDBExtension : public I_Unknown {
   virtual bool IsDuckDBFile(smart_ptr<I_Location> inLocation) = 0;
   virtual bool IsInMemoryPath(String const& inPath) = 0;  // exactly ":memory:"
   // A database at inLocation, closed, from a backup folder; what was there is replaced. Null
-  // target: xDBError 0x51501; backup null or not there: xDBError 0x66000.
+  // target: xDBError 0x51501; backup null or not there: xDBError 0x66000. Any other failure is the
+  // database's: xDuckDBError 0x72501 (target's path, message), and what was there is as it was.
   virtual smart_ptr<I_DuckDBDatabase> RestoreDatabase(smart_ptr<I_Location> inLocation,
                                                       smart_ptr<I_Location> inBackupLocation) = 0;
 };
