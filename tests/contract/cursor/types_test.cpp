@@ -39,6 +39,7 @@ not what it writes. To write it anew:
 - A VARIANT's OBJECT or ARRAY travels as JSON. Inner values come back as JSON reads them; the last
   table tells which change their type. Text beyond ASCII in them comes back with one character
   for each byte of its UTF-8, for the envelope is escaped byte by byte.
+- The text of a UNION does not say which member it is of; bound back, it may become another one.
 - A VARIANT's DECIMAL comes back with the width of its digits, not the declared one.
 
 )";
