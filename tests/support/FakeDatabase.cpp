@@ -66,6 +66,7 @@ void FakeDatabase::RegisterCursor(tarn::lsql::I_DuckDBCursor* inCursor) {
   mCursors.push_back(inCursor);
 }
 void FakeDatabase::UnregisterCursor(tarn::lsql::I_DuckDBCursor* inCursor) {
+  if (mOnUnregister) mOnUnregister(*inCursor);
   RemoveFirst(mCursors, inCursor);
 }
 void FakeDatabase::RegisterQueryResult(tarn::lsql::I_DuckDBQueryResult* inResult) {

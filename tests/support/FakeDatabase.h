@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,6 +30,8 @@ class FakeDatabase final : public tarn::lsql::I_DuckDBDatabase, public I_Databas
   std::vector<tarn::lsql::I_DuckDBQueryResult*> mResults;
   std::vector<tarn::lsql::I_DuckDBStatement*> mStatements;
   bool mIsDying = false;  // get_Self answers null
+  // Called with each cursor that leaves its list, while it is whole.
+  std::function<void(tarn::lsql::I_DuckDBCursor&)> mOnUnregister;
 
   tarn::smart_ptr<I_DuckDBDatabase> get_Self() override;
   I_DuckDBDatabase& get_Interface() override { return *this; }

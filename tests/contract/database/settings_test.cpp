@@ -1,6 +1,7 @@
 #include <vector>
 
 #include "support/DatabaseTest.h"
+#include "support/DuckDBCalls.h"
 
 namespace {
 
@@ -61,6 +62,22 @@ TEST_F(Settings, StorageVersionAndBlockSizeHoldForTheNewFile) {
   EXPECT_EQ(Number(database, "SELECT block_size FROM pragma_database_size()"), 16384);
 }
 
+TEST_F(Settings, AreAttachedForAtCreateOnlyWhenTheyAreStorageOptions) {
+  Created("warm-up.db");
+  auto const queries = [&](char const* inVersion, std::uint32_t inBlockSize) {
+    Database const database = At("a.db");
+    database->put_Settings({});
+    database->put_StorageVersion(Wide(inVersion));
+    database->put_BlockSize(inBlockSize);
+    std::uint64_t const before = get_CallCount(Call::kQuery);
+    database->Create();
+    return get_CallCount(Call::kQuery) - before;
+  };
+  EXPECT_EQ(queries("", 0), 1U) << "errors as JSON";
+  EXPECT_EQ(queries("latest", 0), 2U);
+  EXPECT_EQ(queries("", 16384), 2U);
+}
+
 TEST_F(Settings, StorageOptionsWorkWithoutExternalAccess) {
   Database const database = At("a.db");
   DuckDBSettings settings;
@@ -119,6 +136,20 @@ TEST_F(Settings, HoldUntilTheNextClose) {
   EXPECT_FALSE(database->get_IsReadOnly());
   database->Open();
   EXPECT_FALSE(database->get_IsReadOnly());
+}
+
+TEST_F(Settings, OfAnOpenObjectChangeNothingAndAreForgottenWhenItReopens) {
+  MakeFile("a.db");
+  Database const database = Opened("a.db");
+  DuckDBSettings settings;
+  settings.mWritable = 0;
+  settings.mThreads = 3;
+  database->put_Settings(settings);
+  EXPECT_FALSE(database->get_IsReadOnly());
+  Run(database, "INSERT INTO t VALUES (2)");
+  database->Open();
+  EXPECT_FALSE(database->get_IsReadOnly());
+  Run(database, "INSERT INTO t VALUES (3)");
 }
 
 TEST_F(Settings, AReadOnlyDatabaseInMemoryIsDuckDbsError) {

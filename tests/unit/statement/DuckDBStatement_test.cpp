@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "cursor/DuckDBCursor_server.h"
 #include "support/StatementFixture.h"
 #include "support/TestValue.h"
 #include "tarn/Exceptions.h"
@@ -206,7 +207,12 @@ TEST_F(StatementTest, ACursorOutlivesTheStatementsNextStep) {
 TEST_F(StatementTest, GivesTheRowsAsJson) {
   auto const statement = Make("SELECT 1 AS a, 'x' AS b");
   statement->PrepareNext();
+  bool isStreamed = false;
+  mDatabase.mOnUnregister = [&](tarn::lsql::I_DuckDBCursor& cursor) {
+    isStreamed = dynamic_cast<tarn::lsql::DuckDBCursor_server*>(&cursor) != nullptr;
+  };
   EXPECT_EQ(ToUTF8(statement->ExecuteToJSON()), R"([{"a":1,"b":"x"}])");
+  EXPECT_TRUE(isStreamed) << "a client-side cursor would hold all rows at once";
 }
 
 TEST_F(StatementTest, GivesTheOutcomeAsAResult) {

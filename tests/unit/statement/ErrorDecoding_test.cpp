@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "support/FakeDatabase.h"
 #include "support/TestValue.h"
 
@@ -90,6 +93,50 @@ constexpr FailingSql kFailing[] = {
 
 INSTANTIATE_TEST_SUITE_P(Classes, DuckDBErrors, testing::ValuesIn(kFailing),
                          [](auto const& inInfo) { return inInfo.param.mName; });
+
+class RunningQuery : public testing::Test {
+ protected:
+  void SetUp() override { mDatabase.Query("SET errors_as_json = true"); }
+  DecodedError Failure(char const* inSql) {
+    duckdb_c::ResultHandle result;
+    EXPECT_EQ(duckdb_query(mDatabase.get_Connection()->get(), inSql, result.out()), DuckDBError);
+    return DecodeError(duckdb_result_error(result.ptr()));
+  }
+  test::FakeDatabase mDatabase;
+};
+
+TEST_F(RunningQuery, ThatIsNoSqlIsTheParsersTextWhole) {
+  DecodedError const error = Failure("SELEKT 1");
+  EXPECT_TRUE(error.mType.isEmpty());
+  EXPECT_EQ(error.mPosition, -1);
+  EXPECT_NE(ToUTF8(error.mMessage).find("SELEKT"), std::string::npos);
+}
+
+TEST_F(RunningQuery, ThatRunsOutOfMemorySaysSo) {
+  mDatabase.Query("SET temp_directory = ''");
+  mDatabase.Query("SET memory_limit = '8MB'");
+  DecodedError const error =
+      Failure("CREATE TABLE t AS SELECT hash(range) AS h FROM range(9000000)");
+  EXPECT_EQ(ToUTF8(error.mType), "Out of Memory");
+  EXPECT_NE(ToUTF8(error.mMessage).find("memory"), std::string::npos);
+  EXPECT_EQ(error.mPosition, -1);
+}
+
+// An interrupt before the query has begun is lost, so it is sent until it took.
+TEST_F(RunningQuery, ThatIsInterruptedSaysSo) {
+  std::atomic<bool> done{false};
+  std::thread interrupting([&] {
+    while (!done) {
+      duckdb_interrupt(mDatabase.get_Connection()->get());
+      std::this_thread::yield();
+    }
+  });
+  DecodedError const error = Failure("SELECT sum(hash(range)) FROM range(1000000000000)");
+  done = true;
+  interrupting.join();
+  EXPECT_EQ(ToUTF8(error.mType), "INTERRUPT");
+  EXPECT_EQ(ToUTF8(error.mMessage), "Interrupted!");
+}
 
 }  // namespace
 }  // namespace lumora

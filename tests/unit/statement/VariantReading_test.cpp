@@ -5,6 +5,7 @@
 #include "duckdb_c/Types.h"
 #include "duckdb_c/duckdb_completion.h"
 #include "support/FakeDatabase.h"
+#include "support/Seed.h"
 #include "support/SeenBySql.h"
 #include "support/TestValue.h"
 #include "tarn/Exceptions.h"
@@ -102,11 +103,25 @@ TEST(VariantReading, TellsDuckDBsReasonForATextThatDoesNotCast) {
   for (Case const& bad : {Case{"INT128", "1x", "Could not convert string '1x' to INT128"},
                           Case{"UUID", "nope", "Could not convert string 'nope' to INT128"},
                           Case{"TIME_MICROS", "25:99", "25:99"}, Case{"INTERVAL", "soon", "soon"},
-                          Case{"BITSTRING", "012", "012"}, Case{"UINT128", "-1", "-1"},
+                          Case{"BITSTRING", "012", "'2'"}, Case{"UINT128", "-1", "-1"},
                           Case{"OBJECT", "{", "JSON"}, Case{"ARRAY", "[1,", "JSON"}}) {
     std::string const text = Failure([&] { ReadVariant(bad.mType, bad.mText); });
     EXPECT_NE(text, "<nothing thrown>") << bad.mType;
-    EXPECT_FALSE(text.empty()) << bad.mType;
+    EXPECT_NE(text.find(bad.mSeen), std::string::npos) << bad.mType << ": " << text;
+  }
+}
+
+TEST(VariantReading, RefusesATextThatIsNoValueOfItsTypeHoweverLong) {
+  std::string const large(test::kIsSanitized ? 1 << 16 : 1 << 20, 'x');
+  for (char const* const type :
+       {"INT128", "UUID", "TIME_MICROS", "TIME_NANOS", "TIME_MICROS_TZ", "TIMESTAMP_SEC",
+        "TIMESTAMP_MILIS", "TIMESTAMP_MICROS", "TIMESTAMP_NANOS", "TIMESTAMP_MICROS_TZ", "INTERVAL",
+        "BITSTRING", "BIGNUM", "UINT128", "DECIMAL", "ARRAY", "OBJECT", "GEOMETRY"}) {
+    for (std::string const& bad : {std::string("no value"), std::string("\0", 1), large}) {
+      std::string const text = Failure([&] { ReadVariant(type, bad); });
+      EXPECT_NE(text, "<nothing thrown>") << type;
+      EXPECT_FALSE(text.empty()) << type;
+    }
   }
 }
 
