@@ -91,9 +91,9 @@ std::string WithoutPlus(std::string ioVersion) {
 
 // Calls inRow(first, second) for each row of a query of two texts.
 template <typename TRow>
-void ForEachPair(duckdb_connection inConnection, std::string const& inSql, TRow const& inRow) {
-  std::string ignored;
-  ForEachRow(inConnection, inSql, ignored,
+void ForEachPair(duckdb_connection inConnection, std::string const& inSql, std::string& outError,
+                 TRow const& inRow) {
+  ForEachRow(inConnection, inSql, outError,
              [&](std::vector<std::string> const& row) { inRow(row[0], row[1]); });
 }
 
@@ -156,21 +156,23 @@ Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy) {
   return missing;
 }
 
-std::vector<Statements> ReadEnumValues(duckdb_connection inConnection) {
+std::vector<Statements> ReadEnumValues(duckdb_connection inConnection, std::string& outError) {
   std::map<std::string, Statements> types;
-  ForEachPair(
-      inConnection,
-      std::string("SELECT type_oid::VARCHAR, unnest(labels) FROM duckdb_types() "
-                  "WHERE NOT internal AND logical_type = 'ENUM'") +
-          kOfDatabase,
-      [&](std::string const& type, std::string const& value) { types[type].push_back(value); });
+  ForEachPair(inConnection,
+              std::string("SELECT type_oid::VARCHAR, unnest(labels) FROM duckdb_types() "
+                          "WHERE NOT internal AND logical_type = 'ENUM'") +
+                  kOfDatabase,
+              outError, [&](std::string const& type, std::string const& value) {
+                types[type].push_back(value);
+              });
   std::vector<Statements> lists;
   lists.reserve(types.size());
   for (auto& [type, values] : types) lists.push_back(std::move(values));
   return lists;
 }
 
-std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection) {
+std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection,
+                                                            std::string& outError) {
   std::map<std::string, std::set<std::string>> references;
   // A foreign key stays in its schema; the main one is not written.
   ForEachPair(inConnection,
@@ -178,7 +180,7 @@ std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection in
                   CASE schema_name WHEN 'main' THEN '' ELSE schema_name || chr(0) END AS s
                   FROM duckdb_constraints()) WHERE constraint_type = 'FOREIGN KEY')") +
                   kOfDatabase,
-              [&](std::string const& table, std::string const& needed) {
+              outError, [&](std::string const& table, std::string const& needed) {
                 references[table].insert(needed);
               });
   return references;

@@ -63,10 +63,11 @@ CatalogObjects ReadObjects(duckdb_connection inConnection, CatalogColumns const&
 // The objects of a catalog that a copy of it does not have.
 Catalog FindMissing(Catalog const& inSource, Catalog const& inCopy);
 
-// The values of each enum that is a type of the user's.
-std::vector<Statements> ReadEnumValues(duckdb_connection inConnection);
+// The values of each enum that is a type of the user's. outError: DuckDB's text when it refuses.
+std::vector<Statements> ReadEnumValues(duckdb_connection inConnection, std::string& outError);
 
-// For each table the tables that it refers to, named as of CopiedTable.
-std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection);
+// For each table the tables that it refers to, named as of CopiedTable. outError as above.
+std::map<std::string, std::set<std::string>> ReadReferences(duckdb_connection inConnection,
+                                                            std::string& outError);
 
 }  // namespace lumora

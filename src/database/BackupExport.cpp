@@ -69,12 +69,17 @@ CatalogObjects ReadAll(duckdb_connection inConnection, std::uint32_t inKinds) {
 }
 
 // The first object that was in the source before the export and is in it still, but not in the
-// trial; empty when there is none. What came or went meanwhile may be in the backup or not.
-std::string FirstLost(Source const& inSource, duckdb_connection inTrial, std::uint32_t inMacros) {
+// trial; empty when there is none, and when DuckDB refuses to tell (its text in outError). What
+// came or went meanwhile may be in the backup or not.
+std::string FirstLost(Source const& inSource, duckdb_connection inTrial, std::uint32_t inMacros,
+                      std::string& outError) {
   CatalogObjects const copy = ReadAll(inTrial, inSource.mBefore.mKinds | inMacros);
+  outError = copy.mError;
+  if (!outError.empty()) return {};
   Catalog const before = FindMissing(inSource.mBefore.mItems, copy.mItems);
   if (before.empty() && !inMacros) return {};
   CatalogObjects const now = ReadAll(inSource.mConnection, kAllButMacros | inMacros);
+  outError = now.mError;
   for (CatalogItem const& item : FindMissing(now.mItems, copy.mItems)) {
     if (!item.first.starts_with("macro ") && !before.contains(item)) continue;
     return item.second.empty() ? item.first : item.first + " (" + item.second + ")";
@@ -85,13 +90,15 @@ std::string FirstLost(Source const& inSource, duckdb_connection inTrial, std::ui
 // The statements of the schema script, and those that EXPORT leaves out. Macros are looked for
 // where the script has some; comments of other objects where there were some before the export.
 Statements CompleteSchema(Source const& inSource, std::string const& inScript,
-                          std::uint32_t inMacros) {
+                          std::uint32_t inMacros, std::string& outError) {
   bool const hasEnums = inScript.find(" AS ENUM (") != std::string::npos;
   Statements schema = SplitStatements(
-      hasEnums ? QuoteEnumValues(inScript, ReadEnumValues(inSource.mConnection)) : inScript);
-  if (!inMacros && inSource.mBefore.mComments.empty()) return schema;
+      hasEnums ? QuoteEnumValues(inScript, ReadEnumValues(inSource.mConnection, outError))
+               : inScript);
+  if (!outError.empty() || (!inMacros && inSource.mBefore.mComments.empty())) return schema;
   CatalogObjects now =
       ReadObjects(inSource.mConnection, inSource.mColumns, inSource.mBefore.mKinds | inMacros);
+  outError = now.mError;
   std::move(now.mComments.begin(), now.mComments.end(), std::back_inserter(schema));
   return schema;
 }
@@ -101,8 +108,9 @@ std::string MakeSchemaWork(Source const& inSource, duckdb_connection inTrial,
                            std::string const& inPath, std::string const& inScript) {
   bool const hasMacros = inScript.find("CREATE MACRO") != std::string::npos;
   std::uint32_t const macros = hasMacros ? kMacros : std::uint32_t{0};
-  Statements pending = CompleteSchema(inSource, inScript, macros);
   std::string error;
+  Statements pending = CompleteSchema(inSource, inScript, macros, error);
+  if (!error.empty()) return Incomplete(error);
   Statements const done = RunInWorkingOrder(
       pending,
       [&](std::string const& statement, std::string& why) { return Run(inTrial, statement, why); },
@@ -110,7 +118,8 @@ std::string MakeSchemaWork(Source const& inSource, duckdb_connection inTrial,
   if (!pending.empty()) return Incomplete(error);
   ReplaceTextFile(inPath,
                   StorageVersionLine(inSource.mBefore.mStorageVersion) + JoinStatements(done));
-  std::string const lost = FirstLost(inSource, inTrial, macros);
+  std::string const lost = FirstLost(inSource, inTrial, macros, error);
+  if (!error.empty()) return Incomplete(error);
   return lost.empty() ? lost : Incomplete("DuckDB does not export " + lost + " as it is");
 }
 
@@ -120,8 +129,10 @@ std::string MakeLoadingWork(Source const& inSource, ScratchDatabase& ioTrial,
                             std::string const& inPath, std::string const& inSchema) {
   bool const hasForeignKeys = inSchema.find(" REFERENCES ") != std::string::npos;
   Statements const written = SplitStatements(ReadTextFile(inPath));
+  std::string error;
   Statements const ordered =
-      hasForeignKeys ? OrderCopies(written, ReadReferences(inSource.mConnection)) : written;
+      hasForeignKeys ? OrderCopies(written, ReadReferences(inSource.mConnection, error)) : written;
+  if (!error.empty()) return Incomplete(error);
   for (std::string const& copy : ordered) {
     duckdb_c::PreparedHandle prepared;
     if (duckdb_prepare(ioTrial.get(), copy.c_str(), prepared.out()) == DuckDBSuccess) continue;

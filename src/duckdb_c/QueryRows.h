@@ -11,7 +11,8 @@
 namespace lumora::duckdb_c {
 
 // Runs a query of VARCHAR columns and calls inRow(std::vector<std::string> const&) for each row;
-// NULL is the empty text. False with DuckDB's text in outError when the query fails.
+// NULL is the empty text. False with a text in outError when the query fails, or its rows end
+// early: an empty answer that is none must not pass for one.
 template <typename TRow>
 bool ForEachRow(duckdb_connection inConnection, std::string const& inSql, std::string& outError,
                 TRow const& inRow) {
@@ -21,7 +22,9 @@ bool ForEachRow(duckdb_connection inConnection, std::string const& inSql, std::s
     return false;
   }
   std::vector<std::string> row(duckdb_column_count(result.ptr()));
+  idx_t missing = duckdb_row_count(result.ptr());
   while (ChunkHandle const chunk{duckdb_fetch_chunk(result.get())}) {
+    missing -= duckdb_data_chunk_get_size(chunk.get());
     for (idx_t i = 0; i < duckdb_data_chunk_get_size(chunk.get()); ++i) {
       for (idx_t column = 0; column < row.size(); ++column) {
         duckdb_vector const vector = duckdb_data_chunk_get_vector(chunk.get(), column);
@@ -33,7 +36,9 @@ bool ForEachRow(duckdb_connection inConnection, std::string const& inSql, std::s
       inRow(row);
     }
   }
-  return true;
+  // DuckDB tells a lack of memory as it tells the end: with no chunk.
+  if (missing != 0) outError = "The result ended before its last record";
+  return missing == 0;
 }
 
 }  // namespace lumora::duckdb_c

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <functional>
 
 #include "support/BackupTest.h"
 #include "support/DuckDBCalls.h"
@@ -16,6 +17,35 @@ class BackupExport : public BackupTest {
   void SetUp() override {
     BackupTest::SetUp();
     fs::create_directory(mFolder.At("backups"));
+  }
+
+  std::string OnlyBackup() const {
+    return fs::directory_iterator(mFolder.At("backups"))->path().string();
+  }
+
+  // Backs up again and again while one query after the other fails, then one chunk after the other,
+  // until none is left to fail. How many there were.
+  int WithEachQuestionUnanswered(Database const& inDatabase,
+                                 std::function<void(Thrown const&)> const& inThen) {
+    int asked = 0;
+    for (Call const call : {Call::kQuery, Call::kFetchChunk}) {
+      for (int i = 0;; ++i) {
+        fs::remove_all(mFolder.At("backups"));
+        fs::create_directory(mFolder.At("backups"));
+        smart_ptr<I_Location> folder = LocationAt("backups");
+        std::uint64_t const before = get_CallCount(call);
+        Thrown thrown;
+        {
+          FailingCall const failing(call, i, 1);
+          thrown = ThrownBy([&] { inDatabase->Backup(folder); });
+        }
+        if (get_CallCount(call) - before <= static_cast<std::uint64_t>(i)) break;
+        SCOPED_TRACE("call " + std::to_string(static_cast<int>(call)) + " " + std::to_string(i));
+        inThen(thrown);
+        ++asked;
+      }
+    }
+    return asked;
   }
 
   // Row groups, compression and encodings of a Parquet file.
@@ -59,9 +89,35 @@ TEST_F(BackupExport, ThatFailsWithoutATextSaysSoAndLeavesTheMarker) {
     thrown = ThrownBy([&] { database->Backup(folder); });
   }
   EXPECT_EQ(thrown, DuckDBError("a.db", "Unknown DuckDB backup error"));
-  auto const backup = fs::directory_iterator(mFolder.At("backups"))->path();
-  EXPECT_TRUE(fs::exists(backup / ("a.db." + std::string(tarn::glDuckDB_backup_sfx))));
+  EXPECT_TRUE(fs::exists(OnlyBackup() + "/a.db." + std::string(tarn::glDuckDB_backup_sfx)));
   EXPECT_EQ(Number(database, "SELECT sum(a) FROM t"), 1);
+}
+
+// DuckDB is asked many things about the source and the copy: an answer that is missing must never
+// pass for "nothing is lost". A table that refers to itself cannot be exported.
+TEST_F(BackupExport, IsNoSuccessForALossThatAnUnansweredQuestionHides) {
+  Database const database = Created("a.db");
+  Run(database, "CREATE TABLE s(k INTEGER PRIMARY KEY, p INTEGER REFERENCES s(k))");
+  int const asked = WithEachQuestionUnanswered(
+      database, [](Thrown const& thrown) { EXPECT_EQ(thrown.mClass, "xDuckDBError"); });
+  EXPECT_GT(asked, 5);
+}
+
+TEST_F(BackupExport, ThatSucceedsIsWholeThoughAQuestionWasUnanswered) {
+  Database const database = Created("a.db");
+  Run(database,
+      "CREATE TYPE mood AS ENUM ('it''s'); CREATE TABLE p(i INTEGER PRIMARY KEY, m mood); CREATE "
+      "TABLE c(i INTEGER REFERENCES p(i), h INTERVAL); CREATE MACRO m(x) AS x; COMMENT ON TABLE c "
+      "IS 'remark'; COMMENT ON MACRO m IS 'remark'; INSERT INTO p VALUES (1, 'it''s'); INSERT INTO "
+      "c VALUES (1, INTERVAL '1 day')");
+  std::string const print = Fingerprint(database);
+  int const asked = WithEachQuestionUnanswered(database, [&](Thrown const& thrown) {
+    if (thrown != Thrown{}) return;
+    Database const restored = Restore("b.db", OnlyBackup());
+    restored->Open();
+    EXPECT_EQ(Fingerprint(restored), print);
+  });
+  EXPECT_GT(asked, 10);
 }
 
 TEST_F(BackupExport, AHookThatThrowsLeavesTheCallersFolderToHim) {
