@@ -110,7 +110,8 @@ smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() {
 void DuckDBCursor_imp::Invalidate() {
   EngineLockGuard guard(std::nothrow);
   mIsValid = false;
-  mDatabase = nullptr;
+  if (mDatabase) mListedBy = std::exchange(mDatabase, nullptr);
+  if (mListedBy && mListedBy->get_IsClosingChildren()) mListedBy = nullptr;
   mResult.reset();
 }
 
@@ -122,8 +123,10 @@ void DuckDBCursor_imp::Close() {
 void DuckDBCursor_imp::Detach() {
   mIsValid = false;
   mResult.reset();
-  if (I_DatabaseLink* const database = std::exchange(mDatabase, nullptr)) {
-    database->get_Interface().UnregisterCursor(this);
+  I_DatabaseLink* const listedBy = std::exchange(mListedBy, nullptr);
+  I_DatabaseLink* const database = std::exchange(mDatabase, nullptr);
+  if (database || listedBy) {
+    (database ? database : listedBy)->get_Interface().UnregisterCursor(this);
   }
 }
 

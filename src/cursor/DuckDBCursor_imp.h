@@ -73,6 +73,8 @@ class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, public
 
   // Guarded by the engine lock.
   lumora::I_DatabaseLink* mDatabase;  // null once it closed, or the cursor did
+  // The database that still lists this cursor although somebody else invalidated it; else null.
+  lumora::I_DatabaseLink* mListedBy = nullptr;
   lumora::duckdb_c::ResultHandle mResult;
   idx_t mRowsFetched = 0;
 

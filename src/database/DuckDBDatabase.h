@@ -65,6 +65,7 @@ class DuckDBDatabase final : public I_DuckDBDatabase,
 
   smart_ptr<I_DuckDBDatabase> get_Self() override;
   I_DuckDBDatabase& get_Interface() override { return *this; }
+  bool get_IsClosingChildren() const override { return mIsClosingChildren; }
   // Holds the DuckDB instance too, so that the file stays taken while a call is under way.
   std::shared_ptr<lumora::duckdb_c::ConnectionHandle> get_Connection() override;
 

@@ -70,6 +70,15 @@ TEST_F(Lifetime, AllDieInAnyOrder) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
+TEST_F(Lifetime, ACursorThatTheHostInvalidatedLeavesTheDatabase) {
+  mCursor->Invalidate();
+  mCursor = nullptr;
+  mDatabase->Close();
+  mStatement = nullptr;
+  mResult = nullptr;
+  EXPECT_EQ(get_LiveHandles(), mBefore);
+}
+
 TEST_F(Lifetime, AllOutliveTheDatabasesClose) {
   mDatabase->Close();
   EXPECT_EQ(get_LiveHandles(), mBefore);

@@ -136,6 +136,28 @@ TEST_F(RowRuns, ABatchThatDuckDBRefusesIsRunRowByRowAndOnce) {
   EXPECT_EQ(Number("SELECT count(DISTINCT i) FROM t"), kRows);
 }
 
+// BEGIN, the questions to the catalog and COMMIT, each in its turn.
+TEST_F(RowRuns, LoseAndDoubleNoRowWhicheverQueryOfABatchFails) {
+  int refused = 0;
+  std::int64_t failing = 0;  // counted from 0
+  for (bool hasFailed = true; hasFailed; ++failing) {
+    Run(mDatabase, "DELETE FROM t");
+    std::uint64_t const before = get_CallCount(Call::kQuery);
+    Thrown thrown;
+    {
+      FailingCall const failingCall(Call::kQuery, failing, 1);
+      thrown = ThrownBy([&] { EXPECT_EQ(Execute(PlainRows(kRows)), 1); });
+    }
+    hasFailed = get_CallCount(Call::kQuery) - before > static_cast<std::uint64_t>(failing);
+    bool const isRefused = thrown != Thrown();
+    refused += isRefused ? 1 : 0;
+    EXPECT_EQ(Count(), isRefused ? 0 : kRows) << failing;
+    EXPECT_EQ(Number("SELECT count(DISTINCT i) FROM t"), Count()) << failing;
+  }
+  EXPECT_GT(failing, 4);
+  EXPECT_EQ(refused, 1) << "the commit alone";
+}
+
 TEST_F(RowRuns, InATransactionAreUndoneByItsRollback) {
   Run(mDatabase, "BEGIN");
   EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows)); }), 1U);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 #include "cursor/DuckDBCursor_client.h"
@@ -92,6 +93,28 @@ TEST_P(BothCursors, IsInvalidAfterInvalidateWithoutTouchingTheRegistry) {
   mDatabase.mCursors.clear();
   EXPECT_EQ(Thrown([&] { cursor->NextRecord(); }), kInvalid);
   EXPECT_FALSE(cursor->get_Database());
+}
+
+TEST_P(BothCursors, LeavesTheRegistryWhenItDiesAfterSomebodyInvalidatedIt) {
+  auto cursor = Open("SELECT 1", GetParam());
+  cursor->Invalidate();
+  cursor->Invalidate();
+  ASSERT_EQ(mDatabase.mCursors.size(), 1U);
+  cursor = nullptr;
+  EXPECT_TRUE(mDatabase.mCursors.empty());
+}
+
+TEST_P(BothCursors, ForgetsTheDatabaseThatInvalidatesItWhileClosing) {
+  for (bool const isInvalidated : {false, true}) {
+    auto const database = std::make_unique<FakeDatabase>();
+    auto const cursor =
+        tarn::lsql::MakeCursor(database.get(), database->Query("SELECT 1"), GetParam());
+    if (isInvalidated) cursor->Invalidate();
+    database->mOnUnregister = [](I_DuckDBCursor&) { FAIL() << "the database is walking its list"; };
+    database->mIsClosingChildren = true;
+    cursor->Invalidate();
+    cursor->Close();
+  }
 }
 
 // Every order in which a result may be given up.

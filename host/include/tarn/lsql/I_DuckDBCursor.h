@@ -37,7 +37,8 @@ class LSHARED_API I_DuckDBCursor : public I_Unknown {
 
   // The owning database with a reference, or null when the cursor was closed or the database was.
   virtual smart_ptr<I_DuckDBDatabase> get_Database() = 0;
-  // The database's own call when it closes: gives DuckDB's result up without unregistering.
+  // The database's own call when it closes: gives DuckDB's result up without unregistering. When
+  // anybody else calls it, the cursor leaves the database's list when it is closed or dies.
   virtual void Invalidate() = 0;
 
   virtual bool FirstRecord() = 0;  // client-side alone
