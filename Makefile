@@ -71,6 +71,7 @@ rules: setup ## the rules of the tree, and what the documents point at
 	@python3 '$(root)/scripts/check_ledger.py'
 	@python3 '$(root)/scripts/check_docs_test.py' --quiet
 	@python3 '$(root)/scripts/check_docs.py'
+	@python3 '$(root)/scripts/mutate.py' --check
 
 ledger: setup ## write docs/duckdb-ledger.tsv anew, keeping the reasons
 	@python3 '$(root)/scripts/check_ledger.py' --update
