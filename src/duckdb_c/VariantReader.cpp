@@ -163,7 +163,9 @@ std::optional<VariantCell> VariantReader::Read(idx_t inRow) const noexcept {
   }
   const duckdb_list_entry& entry = mColumns.mValues[inRow];
   const std::size_t entry_count = std::min(mColumns.mTypeIds.size(), mColumns.mByteOffsets.size());
-  if (entry.length == 0 || !IsWithin(entry, entry_count)) return std::nullopt;
+  // DuckDB makes such a row of a union in a union that holds NULL, and calls it VARIANT_NULL.
+  if (entry.length == 0) return VariantCell();
+  if (!IsWithin(entry, entry_count)) return std::nullopt;
   const std::uint8_t code = mColumns.mTypeIds[entry.offset];
   if (code >= kPayloads.size()) return std::nullopt;
 

@@ -247,6 +247,15 @@ TEST_F(ColumnReaderTest, AgreesOnVariantsOfMillisecondsFarFrom1970) {
   }
 }
 
+// Not NULL, and yet nothing is in it.
+TEST_F(ColumnReaderTest, AgreesOnVariantsOfUnionsInUnionsThatHoldNull) {
+  std::string const query =
+      "SELECT union_value(u := union_value(u := NULL::INTEGER))::VARIANT AS v FROM range(2)";
+  EXPECT_EQ(mDatabase.QueryText("SELECT list(variant_typeof(v)) FROM (" + query + ")"),
+            "[VARIANT_NULL, VARIANT_NULL]");
+  EXPECT_TRUE(Agrees(mDatabase, query, false));
+}
+
 TEST_F(ColumnReaderTest, AgreesOnVariantsInsideOtherTypes) {
   EXPECT_TRUE(Agrees(mDatabase,
                      "SELECT [1::VARIANT, 'a'::VARIANT, NULL], {'v': {'a': 1}::VARIANT}, "

@@ -120,7 +120,7 @@ TEST(VariantReader, AnOffsetOutsideOfTheBytesHasNoValue) {
 }
 
 TEST(VariantReader, EntriesOutsideOfTheirListHaveNoValue) {
-  const duckdb_list_entry entries[] = {{1, 1}, {0, 2}, {UINT64_MAX, 1}, {1, UINT64_MAX}, {0, 0}};
+  const duckdb_list_entry entries[] = {{1, 1}, {0, 2}, {UINT64_MAX, 1}, {1, UINT64_MAX}};
   for (duckdb_list_entry const& entry : entries) {
     Row row(1, "");
     row.mValues = {entry};
@@ -129,6 +129,14 @@ TEST(VariantReader, EntriesOutsideOfTheirListHaveNoValue) {
   Row uneven(1, "");
   uneven.mOffsets.clear();
   EXPECT_FALSE(uneven.Read());
+}
+
+TEST(VariantReader, ARowWithoutEntriesIsVariantNull) {
+  Row row(1, "");
+  row.mValues = {{0, 0}};
+  auto const cell = row.Read();
+  ASSERT_TRUE(cell);
+  EXPECT_EQ(cell->mCode, VariantCode::kNull);
 }
 
 TEST(VariantReader, LengthsThatDoNotAddUpHaveNoValue) {
