@@ -160,6 +160,15 @@ TEST_P(BothCursors, DiesUnregisteredAndIsClosedByItsDatabase) {
   EXPECT_EQ(Thrown([&] { second->NextRecord(); }), kInvalid);
 }
 
+TEST_P(BothCursors, ReadsEveryChunkOfAColumnThatDuckDBRenders) {
+  auto const cursor = Open("SELECT [i] FROM range(5000) r(i)", GetParam());
+  for (int i = 0; i < 5000; ++i) {
+    ASSERT_TRUE(cursor->NextRecord());
+    ASSERT_EQ(Describe(cursor->get_Value(0)),
+              Describe(lumora::test::MakeText("[" + std::to_string(i) + "]")));
+  }
+}
+
 TEST_P(BothCursors, AnswersColumnsPastTheEndWithNothing) {
   auto const cursor = Open("SELECT 1 AS a, 2::DECIMAL(18,3) AS b, {'x': 1} AS c", GetParam());
   EXPECT_EQ(cursor->get_ColumnCount(), 3U);

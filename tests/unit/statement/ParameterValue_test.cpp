@@ -276,6 +276,11 @@ TEST(ParameterValue, BindsWhatAWrappedValueHoldsTenDeep) {
   EXPECT_EQ(Seen(Wrap(nullptr, 3)), "\"NULL\":<null>");
 }
 
+TEST(ParameterValue, BindsAHundredValuesInsideEachOtherAndNoMore) {
+  EXPECT_EQ(Seen(Wrap(test::MakeLong(5), 99)), "INTEGER:5");
+  EXPECT_THROW(MakeDuckDBValue(Wrap(test::MakeLong(5), 100).get()), ValueError);
+}
+
 TEST(ParameterValue, BindsNullForAWrappedCodeWithoutItsView) {
   EXPECT_EQ(Seen(MakeValue(38).get()), "\"NULL\":<null>");
 }
