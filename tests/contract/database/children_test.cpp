@@ -97,11 +97,14 @@ TEST_F(Children, AFailingChildDoesNotKeepTheDatabaseOpen) {
   HandleCounts const before = get_LiveHandles();
   Database const database = Created("a.db");
   int closed = 0;
-  TestResult first([&] { ++closed; });
+  TestResult first([&] {
+    ++closed;
+    throw tarn::xException(1, "nor will I");
+  });
   TestResult second([] { throw tarn::xException(1, "I will not"); });
   database->RegisterQueryResult(&first);
   database->RegisterQueryResult(&second);
-  EXPECT_EQ(ThrownBy([&] { database->Close(); }).mText1, "I will not");
+  EXPECT_EQ(ThrownBy([&] { database->Close(); }).mText1, "I will not") << "the first failure";
   EXPECT_EQ(closed, 1);
   EXPECT_FALSE(database->get_IsOpen());
   EXPECT_EQ(get_LiveHandles(), before);
