@@ -10,6 +10,8 @@ length      a file has at most 500 lines, a function at most 60 (more than 40 is
 words       no test is skipped, nothing is left for later, no merge is left half done
 assertions  every test asserts something
 headers     every header is included by something, and every host header is reached from tarn/tarn.h
+names       in headers: a data member is mName, a class of pure virtual functions alone is I_Name, a class
+            that derives from the host's exceptions is xName
 """
 
 import re
@@ -195,7 +197,50 @@ def _reached_from(tree, name):
     return reached
 
 
-CHECKS = (check_layers, check_releases, check_length, check_words, check_assertions, check_headers)
+# A declaration without parentheses: type, name, perhaps an initial value.
+MEMBER = re.compile(
+    r"^ +(?!(?:using|return|typedef|friend|static|inline|extern|template|namespace|class|struct|enum)\b)"
+    r"(?:[\w:<>,&*]+\s+)+[*&]*(\w+)(?:\[[^\]]*\])?(?:\s*=\s*[^;()]*|\{[^;()]*\})?;"
+)
+CLASS = re.compile(r"^(?:class|struct)\s+(?:\w+_API\s+)?(\w+)(?:\s+final)?(\s*:[^{;]*)?\s*\{(.*?)^\};", re.M | re.S)
+# The binary interface in C, and a class of the host's, have the host's names.
+NAMED_BY_THE_HOST = ("host/include/tarn/ExtensionApi.h", "host/include/tarn/File.h")
+
+
+def check_names(tree):
+    for name, text in tree.code("host", "src", "shell"):
+        if Path(name).suffix != ".h" or name in NAMED_BY_THE_HOST:
+            continue
+        text = cpp_text.without_comments_and_literals(text)
+        local = set()
+        for function in cpp_text.functions(text):
+            local.update(range(function.line, function.line + function.length))
+        for number, line in enumerate(text.split("\n"), 1):
+            member = None if number in local else MEMBER.match(line)
+            if member and not re.match(r"m[A-Z]", member.group(1)):
+                tree.breach(name, number, f"the data member {member.group(1)} is not named mName")
+        for found in CLASS.finditer(text):
+            _check_class_name(tree, name, text.count("\n", 0, found.start()) + 1, *found.groups())
+
+
+def _check_class_name(tree, name, line, class_name, bases, body):
+    if re.search(r"\bx[A-Z]\w*", bases or "") and not re.match(r"x[A-Z]", class_name):
+        tree.breach(name, line, f"the exception {class_name} is not named xName")
+    virtual = re.findall(r"^ +virtual [^;]*;", body, re.M)
+    abstract = virtual and all(text.endswith("= 0;") for text in virtual)
+    if abstract and not re.search(r"^ +[^;{]*\)[^;]*\{|\bm[A-Z]\w*;", body, re.M) and not class_name.startswith("I_"):
+        tree.breach(name, line, f"the interface {class_name} is not named I_Name")
+
+
+CHECKS = (
+    check_layers,
+    check_releases,
+    check_length,
+    check_words,
+    check_assertions,
+    check_headers,
+    check_names,
+)
 
 
 def main(arguments):

@@ -64,6 +64,10 @@ BREACHES = [
     ("tests/stress/Empty.cpp", "int x;\n", "has no test"),
     ("tests/stress/Half.cpp", "TEST(A, b) { EXPECT_EQ(1, 1); }\nTEST_F(A, c) { F(); }\n", "TEST_F(A, c) asserts"),
     ("src/cursor/Dead.h", "#pragma once\n", "is included by nothing"),
+    ("src/cursor/Member.h", "class A {\n  std::string text = {};\n};\n", "the data member text is not named mName"),
+    ("shell/Member.h", "struct A {\n  int const* values[3];\n};\n", "the data member values is not named"),
+    ("src/cursor/Face.h", "class Face {\n public:\n  virtual void F() = 0;\n};\n", "the interface Face is not"),
+    ("src/cursor/Error.h", "class Error : public tarn::xException {\n};\n", "the exception Error is not named"),
     ("host/include/tarn/Left.h", "#pragma once\n", "is not reached from tarn/tarn.h"),
 ]
 

@@ -5,11 +5,11 @@
 namespace lumora {
 namespace {
 
-thread_local DeferredWork* tDeferred = nullptr;
+thread_local I_DeferredWork* tDeferred = nullptr;
 
 }  // namespace
 
-DeferredWorkScope::DeferredWorkScope(DeferredWork& inWork) noexcept
+DeferredWorkScope::DeferredWorkScope(I_DeferredWork& inWork) noexcept
     : mOuter(std::exchange(tDeferred, &inWork)) {}
 
 DeferredWorkScope::~DeferredWorkScope() { tDeferred = mOuter; }

@@ -4,12 +4,12 @@ namespace lumora {
 
 // Work that a thread puts off while it calls the host: rows that were read and not yet inserted.
 // What the host calls may call back, and must then find everything done.
-class DeferredWork {
+class I_DeferredWork {
  public:
   virtual void Finish() = 0;
 
  protected:
-  ~DeferredWork() = default;
+  ~I_DeferredWork() = default;
 };
 
 // For the scope's life the thread's next EngineLockGuard, which every way back into the library
@@ -17,13 +17,13 @@ class DeferredWork {
 // must not throw: so Finish keeps it as well. Scopes nest.
 class DeferredWorkScope {
  public:
-  explicit DeferredWorkScope(DeferredWork& inWork) noexcept;
+  explicit DeferredWorkScope(I_DeferredWork& inWork) noexcept;
   ~DeferredWorkScope();
   DeferredWorkScope(DeferredWorkScope const&) = delete;
   DeferredWorkScope& operator=(DeferredWorkScope const&) = delete;
 
  private:
-  DeferredWork* const mOuter;
+  I_DeferredWork* const mOuter;
 };
 
 // Finishes what this thread has put off, if anything.

@@ -30,7 +30,7 @@ class I_RowRunner {
 // value that calls back finds the rows before its own inserted.
 //
 // The variables behind the references must outlive it. The caller holds the engine lock.
-class RowCollector final : private DeferredWork {
+class RowCollector final : private I_DeferredWork {
  public:
   // Fewer rows are sooner done one by one.
   static constexpr std::uint32_t kFewestRows = 32;

@@ -10,7 +10,7 @@
 namespace lumora {
 namespace {
 
-class Counting final : public DeferredWork {
+class Counting final : public I_DeferredWork {
  public:
   void Finish() override {
     ++mFinished;
