@@ -21,6 +21,16 @@ void* Allocate(std::size_t inSize) {
 
 void* operator new(std::size_t inSize) { return Allocate(inSize); }
 void* operator new[](std::size_t inSize) { return Allocate(inSize); }
+void* operator new(std::size_t inSize, std::nothrow_t const&) noexcept {
+  try {
+    return Allocate(inSize);
+  } catch (...) {
+    return nullptr;
+  }
+}
+void* operator new[](std::size_t inSize, std::nothrow_t const& inTag) noexcept {
+  return operator new(inSize, inTag);
+}
 void operator delete(void* inMemory) noexcept { std::free(inMemory); }
 void operator delete[](void* inMemory) noexcept { std::free(inMemory); }
 void operator delete(void* inMemory, std::size_t) noexcept { std::free(inMemory); }
