@@ -1,11 +1,12 @@
 #include "support/DuckDBCalls.h"
 
-#include <dlfcn.h>
 #include <duckdb.h>
 
 #include <array>
 #include <atomic>
 #include <limits>
+
+#include "support/NextFunction.h"
 
 namespace {
 
@@ -38,18 +39,6 @@ bool Fails(Call inCall) {
   std::int64_t const left = state.mSuccessesLeft.fetch_sub(1);
   return left <= 0 && left > -state.mFailures.load();
 }
-
-template <typename TFunction>
-TFunction* Next(TFunction*, char const* inName) {
-  return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, inName));
-}
-
-// The library's own function of that name.
-#define LUMORA_NEXT(name)                                                         \
-  [] {                                                                            \
-    static auto* const next = Next(static_cast<decltype(name)*>(nullptr), #name); \
-    return next;                                                                  \
-  }()
 
 template <typename THandle>
 void Forget(std::atomic<std::int64_t>& ioCount, THandle* inHandle) {

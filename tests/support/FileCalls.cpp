@@ -1,6 +1,5 @@
 #include "support/FileCalls.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -15,6 +14,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/NextFunction.h"
+
 namespace {
 
 using namespace lumora::test;
@@ -28,16 +29,6 @@ struct State {
   std::size_t mFolderLength = 0;
 };
 State gState;
-
-template <typename TFunction>
-TFunction* Next(TFunction*, char const* inName) {
-  return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, inName));
-}
-#define LUMORA_NEXT(name)                                                         \
-  [] {                                                                            \
-    static auto* const next = Next(static_cast<decltype(name)*>(nullptr), #name); \
-    return next;                                                                  \
-  }()
 
 bool IsUnderFolder(char const* inPath) {
   std::size_t const length = gState.mFolderLength;

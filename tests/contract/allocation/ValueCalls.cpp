@@ -1,11 +1,12 @@
 #include "ValueCalls.h"
 
-#include <dlfcn.h>
 #include <duckdb.h>
 
 #include <array>
 #include <atomic>
 #include <limits>
+
+#include "support/NextFunction.h"
 
 namespace {
 
@@ -41,19 +42,15 @@ T* Counted(T* inOther) {
   return inOther;
 }
 
-template <typename TFunction>
-TFunction* Next(TFunction*, char const* inName) {
-  return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, inName));
-}
-
 }  // namespace
 
 // Stands in for a function that answers a pointer.
-#define LUMORA_POINTER_CALL(kind, result, name, parameters, arguments)            \
-  result name parameters {                                                        \
-    static auto* const next = Next(static_cast<decltype(name)*>(nullptr), #name); \
-    if (Fails(ValueCall::kind)) return nullptr;                                   \
-    return Counted(next arguments);                                               \
+#define LUMORA_POINTER_CALL(kind, result, name, parameters, arguments)        \
+  result name parameters {                                                    \
+    static auto* const next =                                                 \
+        lumora::test::FindNext(static_cast<decltype(name)*>(nullptr), #name); \
+    if (Fails(ValueCall::kind)) return nullptr;                               \
+    return Counted(next arguments);                                           \
   }
 #define LUMORA_VALUE_OF(name, type) \
   LUMORA_POINTER_CALL(kMakeValue, duckdb_value, duckdb_create_##name, (type input), (input))
@@ -147,14 +144,15 @@ LUMORA_POINTER_CALL(kMakeFunction, duckdb_table_function, duckdb_create_table_fu
 
 duckdb_state duckdb_register_table_function(duckdb_connection connection,
                                             duckdb_table_function function) {
-  static auto* const next = Next(static_cast<decltype(duckdb_register_table_function)*>(nullptr),
-                                 "duckdb_register_table_function");
+  static auto* const next =
+      lumora::test::FindNext(static_cast<decltype(duckdb_register_table_function)*>(nullptr),
+                             "duckdb_register_table_function");
   return Fails(ValueCall::kRegister) ? DuckDBError : next(connection, function);
 }
 
 void duckdb_destroy_value(duckdb_value* value) {
-  static auto* const next =
-      Next(static_cast<decltype(duckdb_destroy_value)*>(nullptr), "duckdb_destroy_value");
+  static auto* const next = lumora::test::FindNext(
+      static_cast<decltype(duckdb_destroy_value)*>(nullptr), "duckdb_destroy_value");
   if (value && *value) --gValues;
   next(value);
 }

@@ -33,6 +33,24 @@ class ADatabase : public FaultTest {
     EXPECT_EQ(mDatabase->get_RefsCount(), 1U);
     mDatabase.reset();
   }
+  // What inMake makes is created whole, or nothing is left that keeps it from being dropped.
+  void CheckCreation(std::function<void()> inMake) {
+    Attempt attempt;
+    attempt.mSamples = 12;
+    attempt.mPrepare = std::move(inMake);
+    attempt.mRun = [&] {
+      mDatabase->Create();
+      return "created";
+    };
+    attempt.mCheck = [&] {
+      // Without memory to remove it a whole, empty file may be left.
+      EXPECT_LE(mFolder.Names().size(), 1U);
+      mDatabase->Drop();
+      EXPECT_THAT(mFolder.Names(), testing::IsEmpty());
+      ExpectClosable();
+    };
+    CheckEveryAllocation(attempt);
+  }
   // A database file with the table t that holds 1.
   std::string const& File() {
     if (mFile.empty()) mFile = MakeFile("a database with a name that is long.db");
@@ -59,43 +77,15 @@ class ADatabase : public FaultTest {
 };
 
 TEST_F(ADatabase, ThatCannotBeCreatedLeavesNothing) {
-  Attempt attempt;
-  attempt.mSamples = 12;
-  attempt.mPrepare = [&] { mDatabase = With("created.db", Settings()); };
-  attempt.mRun = [&] {
-    mDatabase->Create();
-    return "created";
-  };
-  attempt.mCheck = [&] {
-    // Without memory to remove it a whole, empty file may be left.
-    EXPECT_LE(mFolder.Names().size(), 1U);
-    mDatabase->Drop();
-    EXPECT_THAT(mFolder.Names(), testing::IsEmpty());
-    ExpectClosable();
-  };
-  CheckEveryAllocation(attempt);
+  CheckCreation([&] { mDatabase = With("created.db", Settings()); });
 }
 
 TEST_F(ADatabase, ThatCannotBeCreatedWithStorageOptionsLeavesNothing) {
-  Attempt attempt;
-  attempt.mSamples = 12;
-  attempt.mPrepare = [&] {
+  CheckCreation([&] {
     mDatabase = With("created.db", Settings());
     mDatabase->put_BlockSize(16384);
     mDatabase->put_StorageVersion(Wide("v1.2.0"));
-  };
-  attempt.mRun = [&] {
-    mDatabase->Create();
-    return "created";
-  };
-  attempt.mCheck = [&] {
-    // Without memory to remove it a whole, empty file may be left.
-    EXPECT_LE(mFolder.Names().size(), 1U);
-    mDatabase->Drop();
-    EXPECT_THAT(mFolder.Names(), testing::IsEmpty());
-    ExpectClosable();
-  };
-  CheckEveryAllocation(attempt);
+  });
 }
 
 TEST_F(ADatabase, InMemoryIsCreatedOrNot) {
