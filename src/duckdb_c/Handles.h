@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <utility>
 
 // One owner for every DuckDB handle. No other file of src/ or shell/ calls a DuckDB release
@@ -99,6 +100,22 @@ inline void ReleaseExtracted(duckdb_extracted_statements* ioStatements) noexcept
   duckdb_destroy_extracted(ioStatements);
 }
 
+// Hazard: DuckDB keeps something of each thread, and closing a database goes by it. Where a host's
+// object dies with its static or thread-local objects, that something is gone already, and DuckDB
+// frees it twice. Remedy: a new thread closes. Not on Windows: there no thread starts while the
+// process unloads its libraries, and who waits for one waits for good.
+inline void CloseDatabase(duckdb_database* ioDatabase) noexcept {
+#if !defined(_WIN32)
+  try {
+    std::thread([ioDatabase] { duckdb_close(ioDatabase); }).join();
+    return;
+  } catch (...) {
+    // No thread is to be had.
+  }
+#endif
+  duckdb_close(ioDatabase);
+}
+
 inline void FreeText(char** ioText) noexcept { duckdb_free(*ioText); }
 inline void FreeBytes(void** ioBytes) noexcept { duckdb_free(*ioBytes); }
 inline void FreeSelection(duckdb_selection_vector* ioSelection) noexcept {
@@ -109,7 +126,7 @@ inline void DestroyAppender(duckdb_appender* ioAppender) noexcept {
 }
 }  // namespace detail
 
-using DatabaseHandle = Handle<duckdb_database, duckdb_close>;
+using DatabaseHandle = Handle<duckdb_database, detail::CloseDatabase>;
 using ConnectionHandle = Handle<duckdb_connection, duckdb_disconnect>;
 using ConfigHandle = Handle<duckdb_config, duckdb_destroy_config>;
 using PreparedHandle = Handle<duckdb_prepared_statement, duckdb_destroy_prepare>;

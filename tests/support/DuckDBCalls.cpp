@@ -28,6 +28,16 @@ std::atomic<std::int64_t> gPrepared{0};
 std::atomic<std::int64_t> gExtracted{0};
 std::atomic<std::int64_t> gResults{0};
 std::atomic<std::int64_t> gChunks{0};
+std::atomic<std::int64_t> gLateCloses{0};
+
+// Of a thread that has opened a database.
+thread_local bool tIsOver = false;
+struct EndOfThread {
+  EndOfThread() = default;
+  EndOfThread(EndOfThread const&) = delete;
+  EndOfThread& operator=(EndOfThread const&) = delete;
+  ~EndOfThread() { tIsOver = true; }
+};
 
 CallState& StateOf(Call inCall) { return gCalls[static_cast<std::size_t>(inCall)]; }
 
@@ -82,11 +92,13 @@ void duckdb_destroy_config(duckdb_config* config) {
 duckdb_state duckdb_open_ext(const char* path, duckdb_database* out_database, duckdb_config config,
                              char** out_error) {
   if (Fails(Call::kOpen)) return DuckDBError;
+  static thread_local EndOfThread const end;
   duckdb_state const state = LUMORA_NEXT(duckdb_open_ext)(path, out_database, config, out_error);
   if (state == DuckDBSuccess) ++gDatabases;
   return state;
 }
 void duckdb_close(duckdb_database* database) {
+  if (tIsOver) ++gLateCloses;
   Forget(gDatabases, database);
   LUMORA_NEXT(duckdb_close)(database);
 }
@@ -194,6 +206,8 @@ HandleCounts get_LiveHandles() {
 }
 
 std::int64_t get_LiveChunks() { return gChunks.load(); }
+
+std::int64_t get_LateCloses() { return gLateCloses.load(); }
 
 std::uint64_t get_CallCount(Call inCall) { return StateOf(inCall).mCount.load(); }
 

@@ -29,6 +29,10 @@ HandleCounts get_LiveHandles();
 // The same of data chunks.
 std::int64_t get_LiveChunks();
 
+// How many databases were closed by a thread that had opened one and whose thread-local objects are
+// gone: DuckDB's own among them, which it then frees twice.
+std::int64_t get_LateCloses();
+
 enum class Call {
   kCreateConfig,
   kSetConfig,
