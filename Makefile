@@ -64,7 +64,8 @@ tsan: setup $(root)/build/tsan/build.ninja ## the threaded suites under the thre
 	@$(call build_with,tsan,--target threaded_tests)
 	@$(call ctest_with,tsan)
 
-rules: setup ## the rules of the tree, and what the documents point at
+rules: setup ## the rules of the tree, its formatting, and what the documents point at
+	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 --dry-run -Werror
 	@python3 '$(root)/scripts/check_tree_test.py' --quiet
 	@python3 '$(root)/scripts/check_tree.py'
 	@python3 '$(root)/scripts/check_ledger_test.py' --quiet
@@ -79,8 +80,7 @@ ledger: setup ## write docs/duckdb-ledger.tsv anew, keeping the reasons
 format: setup ## bring all sources into shape
 	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 -i
 
-lint: rules $(root)/build/asan/build.ninja ## tree rules, formatting and static checks
-	@cd '$(root)' && git ls-files -co --exclude-standard '*.h' '*.cpp' | xargs -r clang-format-14 --dry-run -Werror
+lint: rules $(root)/build/asan/build.ninja ## tree rules and static checks
 	@'$(root)/scripts/lint.py' -j $(JOBS)
 
 fuzz: setup $(root)/build/fuzz/build.ninja ## every fuzzer for FUZZ_SECONDS each

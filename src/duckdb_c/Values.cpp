@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-
 namespace lumora::duckdb_c {
 
 // A list of one casts its element to the list's type.

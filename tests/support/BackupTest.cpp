@@ -107,7 +107,8 @@ CREATE TABLE a_child(i INTEGER, p INTEGER REFERENCES b_parent(i), d INTEGER DEFA
 INSERT INTO b_parent VALUES (1, 'one'), (2, 'two'); INSERT INTO a_child(i, p) VALUES (1, 2), (2, 1);
 CREATE TABLE zz."Größe ""x"""("select" INTEGER, "naïve 日本" VARCHAR); CREATE TABLE "Two words"."t 1"(a INTEGER);
 CREATE TABLE nothing(a INTEGER, b VARCHAR[]);
-CREATE TABLE many AS SELECT range AS i, range % 7 AS k, 'row ' || range AS s FROM range()" + std::to_string(Rounds(1000000, 50000)) +
+CREATE TABLE many AS SELECT range AS i, range % 7 AS k, 'row ' || range AS s FROM range()" +
+         std::to_string(Rounds(1000000, 50000)) +
          R"();
 CREATE INDEX many_k ON many(k);
 CREATE VIEW z_base AS SELECT * FROM a_child; CREATE VIEW a_top AS SELECT * FROM z_base;
