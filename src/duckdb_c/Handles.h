@@ -8,6 +8,9 @@
 #include <thread>
 #include <utility>
 
+// In the library since 1.5, and not in older headers. Drops what was appended and not flushed.
+extern "C" DUCKDB_C_API duckdb_state duckdb_appender_clear(duckdb_appender appender);
+
 // One owner for every DuckDB handle. No other file of src/ or shell/ calls a DuckDB release
 // function.
 namespace lumora::duckdb_c {
@@ -121,7 +124,10 @@ inline void FreeBytes(void** ioBytes) noexcept { duckdb_free(*ioBytes); }
 inline void FreeSelection(duckdb_selection_vector* ioSelection) noexcept {
   duckdb_destroy_selection_vector(*ioSelection);
 }
+// Hazard: an appender that is destroyed inserts what was not flushed, and once more what could not
+// be. Remedy: it has nothing any more.
 inline void DestroyAppender(duckdb_appender* ioAppender) noexcept {
+  (void)duckdb_appender_clear(*ioAppender);
   duckdb_appender_destroy(ioAppender);
 }
 }  // namespace detail

@@ -45,6 +45,29 @@ bool Execute(duckdb_connection inConnection, char const* inSql) {
   return duckdb_query(inConnection, inSql, result.out()) == DuckDBSuccess;
 }
 
+// A transaction of the batch's own. What is not committed when it goes is rolled back, so that a
+// lack of memory in the middle leaves no transaction open.
+class OwnTransaction {
+ public:
+  explicit OwnTransaction(duckdb_connection inConnection) noexcept
+      : mConnection(inConnection), mIsOpen(Execute(inConnection, "BEGIN TRANSACTION")) {}
+  ~OwnTransaction() {
+    if (mIsOpen) (void)Execute(mConnection, "ROLLBACK");
+  }
+  OwnTransaction(OwnTransaction const&) = delete;
+  OwnTransaction& operator=(OwnTransaction const&) = delete;
+
+  bool get_IsOpen() const noexcept { return mIsOpen; }
+  bool Commit(duckdb_c::ResultHandle& outResult) noexcept {
+    mIsOpen = duckdb_query(mConnection, "COMMIT", outResult.out()) != DuckDBSuccess;
+    return !mIsOpen;
+  }
+
+ private:
+  duckdb_connection const mConnection;
+  bool mIsOpen;
+};
+
 std::string QualifiedName(ParameterInsert const& inInsert) {
   std::string name;
   for (std::string const& part : inInsert.mName) {
@@ -229,27 +252,23 @@ bool BatchInsert::IsFit(duckdb_connection inConnection, RowBatch const& inRows) 
 
 BatchInsert::Outcome BatchInsert::RunOwn(duckdb_connection inConnection, RowBatch const& inRows,
                                          std::uint32_t inFirst, std::uint32_t inCount) {
-  if (!Execute(inConnection, "BEGIN TRANSACTION")) return Outcome::kUnfit;
-  bool const isFit = IsFit(inConnection, inRows);
-  if (isFit && Append(inConnection, inRows, inFirst, inCount)) return Commit(inConnection);
-  (void)Execute(inConnection, "ROLLBACK");
-  if (!isFit) return Outcome::kUnfit;
-  return mIsInterrupted ? Outcome::kFinal : Outcome::kFailed;
+  OwnTransaction transaction(inConnection);
+  if (!transaction.get_IsOpen() || !IsFit(inConnection, inRows)) return Outcome::kUnfit;
+  if (!Append(inConnection, inRows, inFirst, inCount)) {
+    return mIsInterrupted ? Outcome::kFinal : Outcome::kFailed;
+  }
+  duckdb_c::ResultHandle result;
+  return transaction.Commit(result) ? Outcome::kDone : TellFailedCommit(result);
 }
 
 // Hazard: a commit can fail after it was made, in the checkpoint that follows it. Remedy: the rows
 // are tried again only when DuckDB says that it was the commit.
-BatchInsert::Outcome BatchInsert::Commit(duckdb_connection inConnection) {
-  duckdb_c::ResultHandle result;
-  if (duckdb_query(inConnection, "COMMIT", result.out()) == DuckDBSuccess) return Outcome::kDone;
-  mError = duckdb_c::TextOr(duckdb_result_error(result.ptr()), statement_text::kExecuteUnknown);
-  bool const isUndone = duckdb_result_error_type(result.ptr()) == DUCKDB_ERROR_TRANSACTION;
-  (void)Execute(inConnection, "ROLLBACK");
+BatchInsert::Outcome BatchInsert::TellFailedCommit(duckdb_c::ResultHandle& inResult) {
+  mError = duckdb_c::TextOr(duckdb_result_error(inResult.ptr()), statement_text::kExecuteUnknown);
+  bool const isUndone = duckdb_result_error_type(inResult.ptr()) == DUCKDB_ERROR_TRANSACTION;
   return isUndone ? Outcome::kFailed : Outcome::kFinal;
 }
 
-// Hazard: an appender that is given up tries once more what it could not append. Remedy: it goes
-// here, where the transaction is aborted if the first attempt failed in it.
 bool BatchInsert::Append(duckdb_connection inConnection, RowBatch const& inRows,
                          std::uint32_t inFirst, std::uint32_t inCount) {
   BatchTable table(inRows);

@@ -43,7 +43,7 @@ class BatchInsert {
   bool IsFit(duckdb_connection inConnection, RowBatch const& inRows);
   Outcome RunOwn(duckdb_connection inConnection, RowBatch const& inRows, std::uint32_t inFirst,
                  std::uint32_t inCount);
-  Outcome Commit(duckdb_connection inConnection);
+  Outcome TellFailedCommit(duckdb_c::ResultHandle& inResult);
   bool Append(duckdb_connection inConnection, RowBatch const& inRows, std::uint32_t inFirst,
               std::uint32_t inCount);
   Outcome TellFailure(duckdb_connection inConnection);

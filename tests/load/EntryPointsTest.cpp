@@ -5,7 +5,7 @@
 #include <new>
 
 #include "FailingAllocation.h"
-#include "LoadedLibrary.h"
+#include "support/LoadedLibrary.h"
 
 namespace lumora::test {
 namespace {

@@ -6,9 +6,9 @@
 #include <fstream>
 #include <string>
 
-#include "LoadedLibrary.h"
 #include "support/ChildProcess.h"
 #include "support/DuckDBCalls.h"
+#include "support/LoadedLibrary.h"
 #include "support/Seed.h"
 #include "support/TempFolder.h"
 #include "tarn/Converter.h"

@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <limits>
+#include <utility>
 
 #include "support/NextFunction.h"
 
@@ -39,10 +40,24 @@ struct EndOfThread {
   ~EndOfThread() { tIsOver = true; }
 };
 
+// Of BeforeCall.
+struct Interposed {
+  std::atomic<int> mCall{-1};
+  std::atomic<std::int64_t> mSuccessesLeft{0};
+  std::function<void()> mAct;
+};
+Interposed gInterposed;
+
 CallState& StateOf(Call inCall) { return gCalls[static_cast<std::size_t>(inCall)]; }
+
+void ActBefore(Call inCall) {
+  if (gInterposed.mCall.load() != static_cast<int>(inCall)) return;
+  if (gInterposed.mSuccessesLeft.fetch_sub(1) == 0) gInterposed.mAct();
+}
 
 // Counts the call. True when it is to fail.
 bool Fails(Call inCall) {
+  ActBefore(inCall);
   CallState& state = StateOf(inCall);
   ++state.mCount;
   if (state.mSuccessesLeft.load() == kNever) return false;
@@ -141,11 +156,24 @@ duckdb_data_chunk duckdb_stream_fetch_chunk(duckdb_result result) {
   return CountChunk(LUMORA_NEXT(duckdb_stream_fetch_chunk)(result));
 }
 duckdb_data_chunk duckdb_create_data_chunk(duckdb_logical_type* types, idx_t column_count) {
+  if (Fails(Call::kCreateChunk)) return nullptr;
   return CountChunk(LUMORA_NEXT(duckdb_create_data_chunk)(types, column_count));
 }
 void duckdb_destroy_data_chunk(duckdb_data_chunk* chunk) {
   Forget(gChunks, chunk);
   LUMORA_NEXT(duckdb_destroy_data_chunk)(chunk);
+}
+duckdb_state duckdb_appender_create_query(duckdb_connection connection, const char* query,
+                                          idx_t column_count, duckdb_logical_type* types,
+                                          const char* table_name, const char** column_names,
+                                          duckdb_appender* out_appender) {
+  if (Fails(Call::kMakeAppender)) return DuckDBError;
+  return LUMORA_NEXT(duckdb_appender_create_query)(connection, query, column_count, types,
+                                                   table_name, column_names, out_appender);
+}
+duckdb_state duckdb_append_data_chunk(duckdb_appender appender, duckdb_data_chunk chunk) {
+  if (Fails(Call::kAppendChunk)) return DuckDBError;
+  return LUMORA_NEXT(duckdb_append_data_chunk)(appender, chunk);
 }
 duckdb_state duckdb_appender_flush(duckdb_appender appender) {
   if (Fails(Call::kFlushAppender)) return DuckDBError;
@@ -217,5 +245,13 @@ FailingCall::FailingCall(Call inCall, std::int64_t inSuccesses, std::int64_t inF
   StateOf(inCall).mSuccessesLeft = inSuccesses;
 }
 FailingCall::~FailingCall() { StateOf(mCall).mSuccessesLeft = kNever; }
+
+BeforeCall::BeforeCall(Call inCall, std::int64_t inSuccesses, std::function<void()> inAct) {
+  gInterposed.mAct = std::move(inAct);
+  gInterposed.mSuccessesLeft = inSuccesses;
+  gInterposed.mCall = static_cast<int>(inCall);
+}
+BeforeCall::~BeforeCall() { gInterposed.mCall = -1; }
+bool BeforeCall::WasMade() const { return gInterposed.mSuccessesLeft.load() < 0; }
 
 }  // namespace lumora::test

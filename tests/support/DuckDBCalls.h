@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <ostream>
 
 // Watches the calls of the whole process into DuckDB by standing in for some of its functions: an
@@ -48,6 +49,9 @@ enum class Call {
   kGetChunk,  // duckdb_result_get_chunk
   kColumnName,
   kFetchChunk,
+  kMakeAppender,  // duckdb_appender_create_query
+  kCreateChunk,
+  kAppendChunk,
   kFlushAppender,
   kCount,
 };
@@ -67,6 +71,18 @@ class FailingCall {
 
  private:
   Call mCall;
+};
+
+// While it lives, one such call, after inSuccesses others, does something before it reaches DuckDB.
+// One at a time. What is done may call DuckDB itself.
+class BeforeCall {
+ public:
+  BeforeCall(Call inCall, std::int64_t inSuccesses, std::function<void()> inAct);
+  ~BeforeCall();
+  BeforeCall(BeforeCall const&) = delete;
+  BeforeCall& operator=(BeforeCall const&) = delete;
+
+  bool WasMade() const;
 };
 
 }  // namespace lumora::test

@@ -12,6 +12,7 @@ class AProcedure : public FaultTest {
  protected:
   void SetUp() override {
     // Loaded again under the same name it is the same library, whose table is from now on this one.
+    static_cast<void>(LoadedExtension::Instance());
     static_cast<void>(LoadedProcedures::Instance());
     mParquet = mFolder.At("a file with a name that is long.parquet");
     mFile = mFolder.At("a database with a name that is long.db");
