@@ -5,9 +5,9 @@
 #include <string>
 #include <thread>
 
-#include "LoadedLibrary.h"
 #include "support/ChildProcess.h"
 #include "support/DuckDBCalls.h"
+#include "support/LoadedLibrary.h"
 #include "support/TempFolder.h"
 #include "tarn/Converter.h"
 #include "tarn/Location.h"

@@ -179,11 +179,10 @@ void FailAllocations(Attempt const& inAttempt, Undisturbed const& inRight, bool 
   }
 }
 
-// With a text, which is the second of its two.
+// With a text: the second one of an error of a database, the only one of a failed opening.
 bool IsDatabaseError(std::string const& inAnswer) {
-  if (inAnswer.ends_with(", )")) return false;
-  return inAnswer.starts_with("threw xDuckDBError 0x72501 ") ||
-         inAnswer.starts_with("threw xException 0x99000 ") ||
+  return (inAnswer.starts_with("threw xDuckDBError 0x72501 ") && !inAnswer.ends_with(", )")) ||
+         (inAnswer.starts_with("threw xException 0x99000 ") && !inAnswer.ends_with("(, )")) ||
          inAnswer == "threw std::exception (Failed to create DuckDB config)";
 }
 
