@@ -17,7 +17,7 @@ else()
     target_link_libraries(lumora_terminal INTERFACE PkgConfig::EDIT PkgConfig::UTF8PROC)
 endif()
 
-set(LUMORA_SHELL_PATH "${CMAKE_BINARY_DIR}/bin/lumora")
+set(LUMORA_SHELL_PATH "${CMAKE_BINARY_DIR}/bin/lumora${CMAKE_EXECUTABLE_SUFFIX}")
 lumora_glob(_shell_sources shell/*.cpp)
 list(FILTER _shell_sources EXCLUDE REGEX "/main\\.cpp$")
 
@@ -35,7 +35,7 @@ target_link_libraries(room_shell ${_scope}
     LShared lumora_fmt nlohmann_json::nlohmann_json CLI11::CLI11 lumora_terminal
     Threads::Threads ${CMAKE_DL_LIBS})
 
-if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp" AND NOT CMAKE_CROSSCOMPILING)
+if(EXISTS "${CMAKE_SOURCE_DIR}/shell/main.cpp")
     add_executable(lumora "${CMAKE_SOURCE_DIR}/shell/main.cpp")
     target_link_libraries(lumora PRIVATE room_shell lumora_warnings)
 endif()

@@ -94,32 +94,61 @@ install_packages() {
             "Debian 12's package sources must be set up. Where a version is no longer there, change the pin in scripts/packages.txt and build from nothing."
 }
 
-# --- files out of npm packages --------------------------------------------------------------------------
+# --- files out of npm packages and Debian source packages --------------------------------------------------------------------------
 
-# fetch_package KEY: makes sure that the files of that entry of npm-packages.txt are under build/deps.
-fetch_package() {
-    local key="$1" name version integrity member target files=() complete=yes
-    # The entry's first line, then its indented lines.
+# read_entry LIST KEY: sets header to the words of that entry's first line and files to its indented lines.
+read_entry() {
     local entry
-    mapfile -t entry < <(awk -v key="$key" '/^[^ #]/ { inside = ($1 == key) } inside && !/^#/' \
-        "$root/scripts/npm-packages.txt")
-    [ ${#entry[@]} -gt 1 ] || fail "scripts/npm-packages.txt has no entry $key"
-    read -r _ name version integrity <<<"${entry[0]}"
+    mapfile -t entry < <(awk -v key="$2" '/^[^ #]/ { inside = ($1 == key) } inside && !/^#/' "$root/scripts/$1")
+    [ ${#entry[@]} -gt 1 ] || fail "scripts/$1 has no entry $2"
+    read -r -a header <<<"${entry[0]}"
     files=("${entry[@]:1}")
-    local stamp="$deps/.$key"
+}
+
+# is_fetched KEY STAMP: is each of the files there, from the archive that the stamp tells of?
+is_fetched() {
+    local file target
     for file in "${files[@]}"; do
         read -r _ target <<<"$file"
-        [ -f "$deps/$target" ] || complete=no
+        [ -f "$deps/$target" ] || return 1
     done
-    if [ $complete = yes ] && [ "$(cat "$stamp" 2>/dev/null)" = "$version $integrity" ]; then return 0; fi
+    [ "$(cat "$deps/.$1" 2>/dev/null)" = "$2" ]
+}
 
-    command -v npm >/dev/null || fail "npm is needed to fetch $name@$version and is not there" "$(advice_without "$key")"
-    echo "setup: fetching $name@$version"
+# Makes a folder for a download, which does not outlive this script.
+new_work_folder() {
     mkdir -p "$deps"
-    local work
     work="$(mktemp -d "$deps/.fetch.XXXXXX")"
     # shellcheck disable=SC2064
     trap "rm -rf '$work'" EXIT
+}
+
+# take_files ARCHIVE KEY STAMP: the files out of the archive, and the work folder goes.
+take_files() {
+    local file member target
+    for file in "${files[@]}"; do
+        read -r member target <<<"$file"
+        tar -xzf "$1" -C "$work" "$member" || fail "$(basename "$1") holds no $member"
+        mkdir -p "$(dirname "$deps/$target")"
+        # Archives carry a date of long ago, and the build must see that the file is new.
+        touch "$work/$member"
+        mv -f "$work/$member" "$deps/$target"
+    done
+    echo "$3" >"$deps/.$2"
+    rm -rf "$work"
+    trap - EXIT
+}
+
+# fetch_package KEY: makes sure that the files of that entry of npm-packages.txt are under build/deps.
+fetch_package() {
+    local key="$1" header files work
+    read_entry npm-packages.txt "$key"
+    local name="${header[1]}" version="${header[2]}" integrity="${header[3]}"
+    if is_fetched "$key" "$version $integrity"; then return 0; fi
+
+    command -v npm >/dev/null || fail "npm is needed to fetch $name@$version and is not there" "$(advice_without "$key")"
+    echo "setup: fetching $name@$version"
+    new_work_folder
     (cd "$work" && npm pack --loglevel=error --ignore-scripts "$name@$version" >/dev/null) ||
         fail "npm could not fetch $name@$version" \
             "check the network and the registry that npm is set to; ask it with: npm view $name@$version" \
@@ -128,17 +157,31 @@ fetch_package() {
     check_integrity "${archives[0]}" "$integrity" ||
         fail "$name@$version is not the archive that scripts/npm-packages.txt pins ($integrity)" \
             "clear npm's cache (npm cache clean --force) and try again; if it stays so, do not use what the registry serves"
-    for file in "${files[@]}"; do
-        read -r member target <<<"$file"
-        tar -xzf "${archives[0]}" -C "$work" "$member" || fail "$name@$version holds no $member"
-        mkdir -p "$(dirname "$deps/$target")"
-        # Archives carry a date of long ago, and the build must see that the file is new.
-        touch "$work/$member"
-        mv -f "$work/$member" "$deps/$target"
-    done
-    echo "$version $integrity" >"$stamp"
-    rm -rf "$work"
-    trap - EXIT
+    take_files "${archives[0]}" "$key" "$version $integrity"
+}
+
+# fetch_source NAME: makes sure that the files of that entry of debian-sources.txt are under build/deps. apt-get
+# gets a list of sources and folders of its own, so that the machine's stay as they are and nobody need be root.
+fetch_source() {
+    local name="$1" header files work
+    read_entry debian-sources.txt "$name"
+    local version="${header[1]}" archive="${header[2]}" sum="${header[3]}"
+    if is_fetched "source-$name" "$version $sum"; then return 0; fi
+
+    echo "setup: fetching the source of $name $version"
+    new_work_folder
+    mkdir -p "$work/lists/partial" "$work/cache/archives/partial"
+    echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] http://deb.debian.org/debian bookworm main" \
+        >"$work/sources.list"
+    local apt=(apt-get -q -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=-
+        -o Dir::State::Lists="$work/lists" -o Dir::Cache="$work/cache" -o APT::Sandbox::User="$(id -un)")
+    "${apt[@]}" update >/dev/null || fail "apt-get could not read Debian's list of source packages: check the network"
+    (cd "$work" && "${apt[@]}" source --download-only "$name=$version" >/dev/null) ||
+        fail "apt-get could not fetch the source of $name $version" \
+            "where that version is no longer there, change the pin in scripts/debian-sources.txt"
+    [ "$(sha256sum "$work/$archive" | cut -d' ' -f1)" = "$sum" ] ||
+        fail "$archive is not the archive that scripts/debian-sources.txt pins ($sum)"
+    take_files "$work/$archive" "source-$name" "$version $sum"
 }
 
 # check_integrity FILE sha512-BASE64
@@ -191,7 +234,10 @@ fetch_duckdb_for_windows() {
 [ -n "${LUMORA_SKIP_PACKAGES:-}" ] || install_packages
 fetch_duckdb
 [ "$want_data" = no ] || fetch_package data
-[ "$want_windows" = no ] || fetch_duckdb_for_windows
+if [ "$want_windows" = yes ]; then
+    fetch_duckdb_for_windows
+    fetch_source utf8proc
+fi
 
 # The front door configures anew when another DuckDB is named than before.
 mkdir -p "$deps"

@@ -4,6 +4,8 @@
 set -euo pipefail
 build="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/windows"
 export WINEPREFIX="$build/wine" WINEDEBUG=-all WINEPATH="Z:${build//\//\\}\\bin"
+# Wine reads arguments and file names in the encoding of the locale.
+export LC_ALL=C.UTF-8
 export WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
 wine="$(command -v wine64 || echo /usr/lib/wine/wine64)"
 exec "$wine" "$@"

@@ -20,7 +20,7 @@ TFunction RequireFunction(void* inLibrary, std::string const& inPath, char const
 
 }  // namespace
 
-std::string DefaultExtensionPath() { return ExecutableFolder() + "/../lib/" + ExtensionFileName(); }
+std::string DefaultExtensionPath() { return InstalledExtension(); }
 
 ExtensionLibrary::ExtensionLibrary(std::string const& inPath) {
   // The loader searches its own folders for a name without a folder, never the current one.

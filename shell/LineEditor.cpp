@@ -16,7 +16,9 @@ LineEditor::~LineEditor() = default;
 
 LineEditor::Outcome LineEditor::Read(std::string const& inPrompt, std::string& outLine) {
   std::fputs(inPrompt.c_str(), stderr);
-  return std::getline(std::cin, outLine) ? Outcome::kLine : Outcome::kEnd;
+  if (!std::getline(std::cin, outLine)) return Outcome::kEnd;
+  if (outLine.ends_with('\r')) outLine.pop_back();  // the streams are binary
+  return Outcome::kLine;
 }
 
 void LineEditor::Remember(std::string const&) {}

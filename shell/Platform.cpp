@@ -2,10 +2,19 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 
 #if defined(_WIN32)
+#define WIN32_LEAN_AND_MEAN
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <fcntl.h>
 #include <io.h>
 #include <windows.h>
+
+// It needs windows.h before it.
+#include <shellapi.h>
 #else
 #include <dlfcn.h>
 #include <sys/ioctl.h>
@@ -24,20 +33,54 @@ std::string Environment(char const* inName) {
 
 }  // namespace
 
+std::filesystem::path PathOf(std::string const& inPath) {
+  return std::filesystem::path(std::u8string(inPath.begin(), inPath.end()));
+}
+
 #if defined(_WIN32)
 
-std::string ExecutableFolder() {
+namespace {
+
+std::string ToUtf8(std::filesystem::path const& inPath) {
+  std::u8string const text = inPath.u8string();
+  return std::string(text.begin(), text.end());
+}
+
+}  // namespace
+
+std::vector<std::string> ArgumentsOf(int inCount, char const* const* inArguments) {
+  int count = 0;
+  wchar_t** const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (!words) return {inArguments, inArguments + inCount};
+  std::vector<std::string> arguments;
+  for (int i = 0; i < count; ++i) arguments.push_back(ToUtf8(words[i]));
+  LocalFree(words);
+  return arguments;
+}
+
+void UseUtf8Streams() {
+  for (int const stream : {0, 1, 2}) _setmode(stream, _O_BINARY);
+  SetConsoleCP(CP_UTF8);
+  SetConsoleOutputCP(CP_UTF8);
+}
+
+std::FILE* CreateTextFile(std::string const& inPath) {
+  return _wfopen(PathOf(inPath).c_str(), L"wb");
+}
+
+// Windows looks for a library's own libraries beside the executable, so all of them lie there.
+std::string InstalledExtension() {
   wchar_t path[32768];
   DWORD const length = GetModuleFileNameW(nullptr, path, 32768);
   if (length == 0 || length == 32768) return {};
-  return std::filesystem::path(path).parent_path().string();
+  return ToUtf8(std::filesystem::path(path).replace_filename("lumora_duckdb.dll"));
 }
 
-char const* ExtensionFileName() { return "lumora_duckdb.dll"; }
-
 void* LoadSharedLibrary(std::string const& inPath, std::string& outError) {
-  HMODULE const library = LoadLibraryA(inPath.c_str());
-  if (!library) outError = "error " + std::to_string(GetLastError());
+  HMODULE const library = LoadLibraryW(PathOf(inPath).make_preferred().c_str());
+  if (!library) {
+    outError = std::error_code(static_cast<int>(GetLastError()), std::system_category()).message();
+  }
   return library;
 }
 
@@ -67,18 +110,23 @@ std::string StateFolder() {
 
 #else
 
-std::string ExecutableFolder() {
-  std::error_code error;
-  auto const path = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::string() : path.parent_path().string();
+std::vector<std::string> ArgumentsOf(int inCount, char const* const* inArguments) {
+  return {inArguments, inArguments + inCount};
 }
 
-char const* ExtensionFileName() {
+void UseUtf8Streams() {}
+
+std::FILE* CreateTextFile(std::string const& inPath) { return std::fopen(inPath.c_str(), "wb"); }
+
+std::string InstalledExtension() {
 #if defined(__APPLE__)
-  return "lumora_duckdb.dylib";
+  std::string const name = "lumora_duckdb.dylib";
 #else
-  return "lumora_duckdb.so";
+  std::string const name = "lumora_duckdb.so";
 #endif
+  std::error_code error;
+  auto const path = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? "../lib/" + name : path.parent_path().string() + "/../lib/" + name;
 }
 
 void* LoadSharedLibrary(std::string const& inPath, std::string& outError) {

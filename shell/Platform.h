@@ -2,16 +2,29 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 // What differs between operating systems, in one place.
 namespace lumora::shell {
 
-// The folder of the running executable, links resolved; empty when it cannot be told.
-std::string ExecutableFolder();
+// main's arguments, the program's name first, as UTF-8. Where the system gives main another
+// encoding they are asked of the system.
+std::vector<std::string> ArgumentsOf(int inCount, char const* const* inArguments);
 
-// "lumora_duckdb.so", "lumora_duckdb.dll".
-char const* ExtensionFileName();
+// The system's form of a UTF-8 path.
+std::filesystem::path PathOf(std::string const& inPath);
+
+// What is read from and written to the standard streams stays as it is, byte by byte, and a
+// terminal takes it for UTF-8.
+void UseUtf8Streams();
+
+// For writing, from nothing; null on failure, with errno set.
+std::FILE* CreateTextFile(std::string const& inPath);
+
+// Where the extension lies when it was installed with the running executable.
+std::string InstalledExtension();
 
 // Loads a library for the rest of the process. Null, and outError filled, on failure.
 void* LoadSharedLibrary(std::string const& inPath, std::string& outError);

@@ -75,7 +75,7 @@ Output& Results::get_Plain() {
 void Results::Redirect(std::string const& inPath) {
   std::FILE* file = nullptr;
   if (!inPath.empty()) {
-    file = std::fopen(inPath.c_str(), "wb");
+    file = CreateTextFile(inPath);
     if (!file) throw OutputFailed("cannot write " + inPath + ": " + std::strerror(errno));
   }
   mFileOutput.reset();

@@ -14,6 +14,7 @@
 #include "HostText.h"
 #include "Interrupt.h"
 #include "Parameters.h"
+#include "Platform.h"
 #include "Text.h"
 
 namespace lumora::shell {
@@ -80,7 +81,7 @@ void WritePlan(RowSource& inRows, Output& outOutput) {
 }  // namespace
 
 std::string ReadFile(std::string const& inPath) {
-  std::ifstream file(inPath, std::ios::binary);
+  std::ifstream file(PathOf(inPath), std::ios::binary);
   std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   if (!file.is_open() || file.bad()) throw StatementError("cannot read " + inPath);
   return text;

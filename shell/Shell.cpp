@@ -91,7 +91,11 @@ int RunWith(Options const& inOptions) {
 int RunLumora(int inCount, char const* const* inArguments) {
   IgnoreClosedPipes();
   EndOnInterrupt();
-  ParsedOptions const parsed = ParseOptions(inCount, inArguments);
+  UseUtf8Streams();
+  std::vector<std::string> const arguments = ArgumentsOf(inCount, inArguments);
+  std::vector<char const*> words;
+  for (std::string const& argument : arguments) words.push_back(argument.c_str());
+  ParsedOptions const parsed = ParseOptions(static_cast<int>(words.size()), words.data());
   if (auto const* answer = std::get_if<UsageAnswer>(&parsed)) {
     std::fputs(answer->mText.c_str(), answer->mIsError ? stderr : stdout);
     return answer->mIsError ? kExitUsage : kExitOk;

@@ -1,10 +1,10 @@
 #include "statement/ParameterValue.h"
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <utility>
 
+#include "statement/CalendarTime.h"
 #include "statement/StatementErrors.h"
 #include "statement/VariantReading.h"
 #include "statement/WholeNumber.h"
@@ -50,35 +50,6 @@ void ReadWhole(Value& inValue, TypeId inTarget, Cell& outCell, unsigned) {
   if (!SetWholeNumber(outCell, inTarget, number)) outCell.Set(TType, number);
 }
 
-bool FitsInByte(std::int16_t inPart) { return inPart >= INT8_MIN && inPart <= INT8_MAX; }
-
-bool IsDay(std::int32_t inYear, std::int16_t inMonth, std::int16_t inDay) {
-  if (inMonth < 1 || inMonth > 12 || inDay < 1 || inDay > 31) return false;
-  // The calendar repeats every 400 years; the library's own reaches less far than DuckDB's.
-  std::chrono::year const year(inYear % 400);
-  return (year / static_cast<int>(inMonth) / static_cast<int>(inDay)).ok();
-}
-
-// DuckDB reports a date that is none, or out of its range, by a C++ exception, across a C call. A
-// program whose compiler is another one than DuckDB's cannot catch it, so that it is asked as
-// little as can be.
-template <typename TCall>
-auto AskDuckDB(TCall inCall, char const* inText) {
-  try {
-    return inCall();
-  } catch (std::bad_alloc const&) {
-    throw;
-  } catch (std::exception const&) {
-    throw ValueError(inText);
-  }
-}
-
-duckdb_date_struct MakeDateStruct(std::int32_t inYear, std::int16_t inMonth, std::int16_t inDay,
-                                  char const* inText) {
-  if (!IsDay(inYear, inMonth, inDay)) throw ValueError(inText);
-  return {inYear, static_cast<std::int8_t>(inMonth), static_cast<std::int8_t>(inDay)};
-}
-
 void ReadDate(Value& inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) {
   auto const view = tarn::query_interface<tarn::I_ValueDate>(&inValue, tarn::kIID_ValueDate);
   if (!view) return ReadText(inValue, inTarget, outCell, inDepth);
@@ -86,29 +57,18 @@ void ReadDate(Value& inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) 
   std::int16_t month = 0;
   std::int16_t day = 0;
   view->get_Date(year, month, day);
-  auto const parts = MakeDateStruct(year, month, day, statement_text::kDateOutOfRange);
-  outCell.Set(DUCKDB_TYPE_DATE,
-              AskDuckDB([&] { return duckdb_to_date(parts); }, statement_text::kDateOutOfRange));
-}
-
-duckdb_timestamp_struct MakeTimestampStruct(tarn::DateTimeParts const& inParts) {
-  char const* const text = statement_text::kDateTimeOutOfRange;
-  if (!FitsInByte(inParts.mHour) || !FitsInByte(inParts.mMinute) || !FitsInByte(inParts.mSecond)) {
-    throw ValueError(text);
-  }
-  return {MakeDateStruct(inParts.mYear, inParts.mMonth, inParts.mDay, text),
-          {static_cast<std::int8_t>(inParts.mHour), static_cast<std::int8_t>(inParts.mMinute),
-           static_cast<std::int8_t>(inParts.mSecond), inParts.mMillisecond * 1000}};
+  auto const date = MakeDate(year, month, day);
+  if (!date) throw ValueError(statement_text::kDateOutOfRange);
+  outCell.Set(DUCKDB_TYPE_DATE, *date);
 }
 
 void ReadDateTime(Value& inValue, TypeId inTarget, Cell& outCell, unsigned inDepth) {
   auto const view =
       tarn::query_interface<tarn::I_ValueDateTime>(&inValue, tarn::kIID_ValueDateTime);
   if (!view) return ReadText(inValue, inTarget, outCell, inDepth);
-  auto const parts = MakeTimestampStruct(view->get_DateTime());
-  duckdb_timestamp const stamp =
-      AskDuckDB([&] { return duckdb_to_timestamp(parts); }, statement_text::kDateTimeOutOfRange);
-  duckdb_timestamp_ms const milliseconds{stamp.micros / 1000};
+  auto const stamp = MakeTimestamp(view->get_DateTime());
+  if (!stamp) throw ValueError(statement_text::kDateTimeOutOfRange);
+  duckdb_timestamp_ms const milliseconds{stamp->micros / 1000};
   if (inTarget == DUCKDB_TYPE_TIMESTAMP) {
     outCell.Set(DUCKDB_TYPE_TIMESTAMP, duckdb_timestamp{milliseconds.millis * 1000});
   } else {

@@ -89,142 +89,156 @@ duckdb_data_chunk CountChunk(duckdb_data_chunk inChunk) {
 
 extern "C" {
 
-duckdb_state duckdb_create_config(duckdb_config* out_config) {
+duckdb_state LUMORA_STAND_IN(duckdb_create_config)(duckdb_config* out_config) {
   if (Fails(Call::kCreateConfig)) return DuckDBError;
   duckdb_state const state = LUMORA_NEXT(duckdb_create_config)(out_config);
   if (state == DuckDBSuccess) ++gConfigs;
   return state;
 }
-duckdb_state duckdb_set_config(duckdb_config config, const char* name, const char* option) {
+duckdb_state LUMORA_STAND_IN(duckdb_set_config)(duckdb_config config, const char* name,
+                                                const char* option) {
   if (Fails(Call::kSetConfig)) return DuckDBError;
   return LUMORA_NEXT(duckdb_set_config)(config, name, option);
 }
-void duckdb_destroy_config(duckdb_config* config) {
+void LUMORA_STAND_IN(duckdb_destroy_config)(duckdb_config* config) {
   Forget(gConfigs, config);
   LUMORA_NEXT(duckdb_destroy_config)(config);
 }
 
-duckdb_state duckdb_open_ext(const char* path, duckdb_database* out_database, duckdb_config config,
-                             char** out_error) {
+duckdb_state LUMORA_STAND_IN(duckdb_open_ext)(const char* path, duckdb_database* out_database,
+                                              duckdb_config config, char** out_error) {
   if (Fails(Call::kOpen)) return DuckDBError;
   static thread_local EndOfThread const end;
   duckdb_state const state = LUMORA_NEXT(duckdb_open_ext)(path, out_database, config, out_error);
   if (state == DuckDBSuccess) ++gDatabases;
   return state;
 }
-void duckdb_close(duckdb_database* database) {
+void LUMORA_STAND_IN(duckdb_close)(duckdb_database* database) {
   if (tIsOver) ++gLateCloses;
   Forget(gDatabases, database);
   LUMORA_NEXT(duckdb_close)(database);
 }
 
-duckdb_state duckdb_connect(duckdb_database database, duckdb_connection* out_connection) {
+duckdb_state LUMORA_STAND_IN(duckdb_connect)(duckdb_database database,
+                                             duckdb_connection* out_connection) {
   if (Fails(Call::kConnect)) return DuckDBError;
   duckdb_state const state = LUMORA_NEXT(duckdb_connect)(database, out_connection);
   if (state == DuckDBSuccess) ++gConnections;
   return state;
 }
-void duckdb_disconnect(duckdb_connection* connection) {
+void LUMORA_STAND_IN(duckdb_disconnect)(duckdb_connection* connection) {
   Forget(gConnections, connection);
   LUMORA_NEXT(duckdb_disconnect)(connection);
 }
 
-duckdb_state duckdb_query(duckdb_connection connection, const char* query,
-                          duckdb_result* out_result) {
+duckdb_state LUMORA_STAND_IN(duckdb_query)(duckdb_connection connection, const char* query,
+                                           duckdb_result* out_result) {
   if (Fails(Call::kQuery)) return DuckDBError;
   return CountResult(LUMORA_NEXT(duckdb_query)(connection, query, out_result), out_result);
 }
-duckdb_state duckdb_execute_prepared(duckdb_prepared_statement prepared,
-                                     duckdb_result* out_result) {
+duckdb_state LUMORA_STAND_IN(duckdb_execute_prepared)(duckdb_prepared_statement prepared,
+                                                      duckdb_result* out_result) {
   if (Fails(Call::kExecutePrepared)) return DuckDBError;
   return CountResult(LUMORA_NEXT(duckdb_execute_prepared)(prepared, out_result), out_result);
 }
-void duckdb_destroy_result(duckdb_result* result) {
+void LUMORA_STAND_IN(duckdb_destroy_result)(duckdb_result* result) {
   if (result && result->internal_data) --gResults;
   LUMORA_NEXT(duckdb_destroy_result)(result);
 }
 
-duckdb_data_chunk duckdb_result_get_chunk(duckdb_result result, idx_t chunk_index) {
+duckdb_data_chunk LUMORA_STAND_IN(duckdb_result_get_chunk)(duckdb_result result,
+                                                           idx_t chunk_index) {
   if (Fails(Call::kGetChunk)) return nullptr;
   return CountChunk(LUMORA_NEXT(duckdb_result_get_chunk)(result, chunk_index));
 }
-duckdb_data_chunk duckdb_fetch_chunk(duckdb_result result) {
+duckdb_data_chunk LUMORA_STAND_IN(duckdb_fetch_chunk)(duckdb_result result) {
   if (Fails(Call::kFetchChunk)) return nullptr;
   return CountChunk(LUMORA_NEXT(duckdb_fetch_chunk)(result));
 }
-duckdb_data_chunk duckdb_stream_fetch_chunk(duckdb_result result) {
+duckdb_data_chunk LUMORA_STAND_IN(duckdb_stream_fetch_chunk)(duckdb_result result) {
   return CountChunk(LUMORA_NEXT(duckdb_stream_fetch_chunk)(result));
 }
-duckdb_data_chunk duckdb_create_data_chunk(duckdb_logical_type* types, idx_t column_count) {
+duckdb_data_chunk LUMORA_STAND_IN(duckdb_create_data_chunk)(duckdb_logical_type* types,
+                                                            idx_t column_count) {
   if (Fails(Call::kCreateChunk)) return nullptr;
   return CountChunk(LUMORA_NEXT(duckdb_create_data_chunk)(types, column_count));
 }
-void duckdb_destroy_data_chunk(duckdb_data_chunk* chunk) {
+void LUMORA_STAND_IN(duckdb_destroy_data_chunk)(duckdb_data_chunk* chunk) {
   Forget(gChunks, chunk);
   LUMORA_NEXT(duckdb_destroy_data_chunk)(chunk);
 }
-duckdb_state duckdb_appender_create_query(duckdb_connection connection, const char* query,
-                                          idx_t column_count, duckdb_logical_type* types,
-                                          const char* table_name, const char** column_names,
-                                          duckdb_appender* out_appender) {
+duckdb_state LUMORA_STAND_IN(duckdb_appender_create_query)(
+    duckdb_connection connection, const char* query, idx_t column_count, duckdb_logical_type* types,
+    const char* table_name, const char** column_names, duckdb_appender* out_appender) {
   if (Fails(Call::kMakeAppender)) return DuckDBError;
   return LUMORA_NEXT(duckdb_appender_create_query)(connection, query, column_count, types,
                                                    table_name, column_names, out_appender);
 }
-duckdb_state duckdb_append_data_chunk(duckdb_appender appender, duckdb_data_chunk chunk) {
+duckdb_state LUMORA_STAND_IN(duckdb_append_data_chunk)(duckdb_appender appender,
+                                                       duckdb_data_chunk chunk) {
   if (Fails(Call::kAppendChunk)) return DuckDBError;
   return LUMORA_NEXT(duckdb_append_data_chunk)(appender, chunk);
 }
-duckdb_state duckdb_appender_flush(duckdb_appender appender) {
+duckdb_state LUMORA_STAND_IN(duckdb_appender_flush)(duckdb_appender appender) {
   if (Fails(Call::kFlushAppender)) return DuckDBError;
   return LUMORA_NEXT(duckdb_appender_flush)(appender);
 }
-const char* duckdb_column_name(duckdb_result* result, idx_t column) {
+const char* LUMORA_STAND_IN(duckdb_column_name)(duckdb_result* result, idx_t column) {
   if (Fails(Call::kColumnName)) return nullptr;
   return LUMORA_NEXT(duckdb_column_name)(result, column);
 }
 
-duckdb_state duckdb_prepare(duckdb_connection connection, const char* query,
-                            duckdb_prepared_statement* out_prepared) {
+duckdb_state LUMORA_STAND_IN(duckdb_prepare)(duckdb_connection connection, const char* query,
+                                             duckdb_prepared_statement* out_prepared) {
   if (Fails(Call::kPrepare)) return DuckDBError;
   return CountPrepared(LUMORA_NEXT(duckdb_prepare)(connection, query, out_prepared), out_prepared);
 }
-duckdb_state duckdb_prepare_extracted_statement(duckdb_connection connection,
-                                                duckdb_extracted_statements extracted, idx_t index,
-                                                duckdb_prepared_statement* out_prepared) {
+duckdb_state LUMORA_STAND_IN(duckdb_prepare_extracted_statement)(
+    duckdb_connection connection, duckdb_extracted_statements extracted, idx_t index,
+    duckdb_prepared_statement* out_prepared) {
   if (Fails(Call::kPrepareExtracted)) return DuckDBError;
   return CountPrepared(
       LUMORA_NEXT(duckdb_prepare_extracted_statement)(connection, extracted, index, out_prepared),
       out_prepared);
 }
-void duckdb_destroy_prepare(duckdb_prepared_statement* prepared) {
+void LUMORA_STAND_IN(duckdb_destroy_prepare)(duckdb_prepared_statement* prepared) {
   Forget(gPrepared, prepared);
   LUMORA_NEXT(duckdb_destroy_prepare)(prepared);
 }
 
-idx_t duckdb_extract_statements(duckdb_connection connection, const char* query,
-                                duckdb_extracted_statements* out_extracted) {
+idx_t LUMORA_STAND_IN(duckdb_extract_statements)(duckdb_connection connection, const char* query,
+                                                 duckdb_extracted_statements* out_extracted) {
   if (Fails(Call::kExtract)) return 0;
   idx_t const count = LUMORA_NEXT(duckdb_extract_statements)(connection, query, out_extracted);
   if (out_extracted && *out_extracted) ++gExtracted;
   return count;
 }
-void duckdb_destroy_extracted(duckdb_extracted_statements* extracted) {
+void LUMORA_STAND_IN(duckdb_destroy_extracted)(duckdb_extracted_statements* extracted) {
   Forget(gExtracted, extracted);
   LUMORA_NEXT(duckdb_destroy_extracted)(extracted);
 }
 
-duckdb_state duckdb_clear_bindings(duckdb_prepared_statement prepared) {
+duckdb_state LUMORA_STAND_IN(duckdb_clear_bindings)(duckdb_prepared_statement prepared) {
   if (Fails(Call::kClearBindings)) return DuckDBError;
   return LUMORA_NEXT(duckdb_clear_bindings)(prepared);
 }
-duckdb_state duckdb_bind_value(duckdb_prepared_statement prepared, idx_t index,
-                               duckdb_value value) {
+duckdb_state LUMORA_STAND_IN(duckdb_bind_value)(duckdb_prepared_statement prepared, idx_t index,
+                                                duckdb_value value) {
   if (Fails(Call::kBindValue)) return DuckDBError;
   return LUMORA_NEXT(duckdb_bind_value)(prepared, index, value);
 }
 
 }  // extern "C"
+
+#if defined(_WIN32)
+namespace {
+// The executable's own imports, before anything is called.
+[[maybe_unused]] bool const gUsesStandIns = [] {
+  lumora::test::UseStandIns(GetModuleHandleW(nullptr));
+  return true;
+}();
+}  // namespace
+#endif
 
 namespace lumora::test {
 

@@ -1,7 +1,5 @@
 #include "support/TempFolder.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -53,8 +51,10 @@ std::set<std::string> TempFolder::Names() const {
 fs::path FastFolder() {
   std::error_code error;
   fs::path const memory = "/dev/shm";
-  bool const isWanted = !std::getenv("TMPDIR") && fs::is_directory(memory, error);
-  return isWanted && access(memory.c_str(), W_OK) == 0 ? memory : fs::temp_directory_path();
+  bool const isOpenToAll =
+      (fs::status(memory, error).permissions() & fs::perms::others_write) != fs::perms::none;
+  bool const isWanted = !std::getenv("TMPDIR") && fs::is_directory(memory, error) && isOpenToAll;
+  return isWanted ? memory : fs::temp_directory_path();
 }
 
 }  // namespace lumora::test
