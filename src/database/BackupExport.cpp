@@ -5,6 +5,7 @@
 
 #include "database/BackupCatalog.h"
 #include "database/BackupMark.h"
+#include "database/BackupQuery.h"
 #include "database/BackupScript.h"
 #include "database/BackupValues.h"
 #include "database/DatabaseErrors.h"
@@ -29,10 +30,7 @@ std::string Incomplete(std::string const& inWhy) {
 }
 
 bool Run(duckdb_connection inConnection, std::string const& inSql, std::string& outError) {
-  ResultHandle result;
-  if (duckdb_query(inConnection, inSql.c_str(), result.out()) == DuckDBSuccess) return true;
-  outError = TextOr(duckdb_result_error(result.ptr()), kUnknownError);
-  return false;
+  return RunQuery(inConnection, inSql, outError, kUnknownError);
 }
 
 // The source, and what it held before the export.

@@ -5,5 +5,6 @@
 namespace lumora {
 
 using duckdb_c::ForEachRow;
+using duckdb_c::RunQuery;
 
 }  // namespace lumora

@@ -34,10 +34,6 @@ std::string FileLiteral(std::string const& inCopy) {
   return inCopy.substr(start, end + 1 - start);
 }
 
-bool Run(duckdb_connection inConnection, std::string const& inSql, std::string& outError) {
-  return ForEachRow(inConnection, inSql, outError, [](std::vector<std::string> const&) {});
-}
-
 // The names of a file's columns, quoted; generated columns are not in it.
 std::string FileColumns(duckdb_connection inConnection, std::string const& inFile,
                         std::string& outError) {
@@ -59,15 +55,16 @@ std::string LoadedChecksum(duckdb_connection inTrial, std::string const& inCopy,
   std::string const columns = FileColumns(inTrial, file, outError);
   std::string sum;
   if (outError.empty() &&
-      Run(inTrial,
-          "CREATE OR REPLACE TEMP TABLE lumora_loaded AS SELECT " + columns + " FROM " +
-              inTable.mName + " LIMIT 0",
-          outError) &&
-      Run(inTrial, "COPY temp.lumora_loaded" + inCopy.substr(inCopy.rfind(" FROM '")), outError)) {
+      RunQuery(inTrial,
+               "CREATE OR REPLACE TEMP TABLE lumora_loaded AS SELECT " + columns + " FROM " +
+                   inTable.mName + " LIMIT 0",
+               outError) &&
+      RunQuery(inTrial, "COPY temp.lumora_loaded" + inCopy.substr(inCopy.rfind(" FROM '")),
+               outError)) {
     sum = Checksum(inTrial, ChecksumSql("temp.lumora_loaded", inTable), outError);
   }
   std::string ignored;
-  Run(inTrial, "DROP TABLE IF EXISTS temp.lumora_loaded", ignored);
+  RunQuery(inTrial, "DROP TABLE IF EXISTS temp.lumora_loaded", ignored);
   return sum;
 }
 

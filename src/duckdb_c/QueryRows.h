@@ -10,15 +10,39 @@
 
 namespace lumora::duckdb_c {
 
+inline constexpr char kQueryFailed[] = "DuckDB query failed.";
+
+// Runs a query whose rows do not matter. False with DuckDB's text in outError when it fails;
+// inUnknown when there is no text.
+inline bool RunQuery(duckdb_connection inConnection, std::string const& inSql,
+                     std::string& outError, char const* inUnknown = kQueryFailed) {
+  ResultHandle result;
+  if (duckdb_query(inConnection, inSql.c_str(), result.out()) == DuckDBSuccess) return true;
+  outError = TextOr(duckdb_result_error(result.ptr()), inUnknown);
+  return false;
+}
+
+// What COPY and INSERT answer, for example, is a number, and read as a text it were an address.
+inline bool HasTextsAlone(duckdb_result& ioResult) {
+  for (idx_t column = 0; column < duckdb_column_count(&ioResult); ++column) {
+    if (duckdb_column_type(&ioResult, column) != DUCKDB_TYPE_VARCHAR) return false;
+  }
+  return true;
+}
+
 // Runs a query of VARCHAR columns and calls inRow(std::vector<std::string> const&) for each row;
-// NULL is the empty text. False with a text in outError when the query fails, or its rows end
-// early: an empty answer that is none must not pass for one.
+// NULL is the empty text. False with a text in outError when the query fails, has a column of
+// another type, or its rows end early: an empty answer that is none must not pass for one.
 template <typename TRow>
 bool ForEachRow(duckdb_connection inConnection, std::string const& inSql, std::string& outError,
                 TRow const& inRow) {
   ResultHandle result;
   if (duckdb_query(inConnection, inSql.c_str(), result.out()) != DuckDBSuccess) {
-    outError = TextOr(duckdb_result_error(result.ptr()), "DuckDB query failed.");
+    outError = TextOr(duckdb_result_error(result.ptr()), kQueryFailed);
+    return false;
+  }
+  if (!HasTextsAlone(*result.ptr())) {
+    outError = "The result has columns that are no texts";
     return false;
   }
   std::vector<std::string> row(duckdb_column_count(result.ptr()));

@@ -194,4 +194,16 @@ TEST_F(Backup, HoldsTheValuesOfWideIntegersAndArrays) {
   }
 }
 
+// To load rows for comparing gives their number, and numbers of all sizes are met.
+TEST_F(Backup, ComparesTheFilesOfTablesWithAnyNumberOfRows) {
+  for (int const rows : {0, 1, 12, 13, 2048, 2049, 300000}) {
+    Database const database = Created("a.db");
+    Run(database, "CREATE TABLE t AS SELECT range::HUGEINT << 64 AS h, range AS i FROM range(" +
+                      std::to_string(rows) + ")");
+    Database const restored = Restore("b.db", BackUp(database));
+    restored->Open();
+    EXPECT_EQ(Number(restored, "SELECT count(*) FROM t WHERE h = i::HUGEINT << 64"), rows);
+  }
+}
+
 }  // namespace
