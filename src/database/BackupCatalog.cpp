@@ -67,8 +67,9 @@ std::string WithQuotedNames(std::string inSql) {
 
 // One query for all kinds: planning several costs more than running them.
 std::string BuildObjectsSql(std::uint32_t inKinds) {
-  std::string sql = std::string("SELECT kind::VARCHAR, name, alike, place, remark::VARCHAR FROM (") +
-                    kStorageVersion + kOfDatabase;
+  std::string sql =
+      std::string("SELECT kind::VARCHAR, name, alike, place, remark::VARCHAR FROM (") +
+      kStorageVersion + kOfDatabase;
   for (KindQuery const& query : kKindQueries) {
     if (!(inKinds & query.mKind)) continue;
     sql += " UNION ALL SELECT " + std::to_string(query.mKind) + ", " + WithQuotedNames(query.mSql) +

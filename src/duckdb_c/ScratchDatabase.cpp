@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -43,14 +45,26 @@ void Keep(InstancePtr inInstance) noexcept {
   if (!keeper.mIdle) keeper.mIdle = std::move(inInstance);
 }
 
+// Hazard: an instance keeps the bytes of the files that it reads, up to its memory limit, which is
+// most of the machine. Remedy: this one, which stays, does not.
+constexpr std::pair<char const*, char const*> kSettings[] = {
+    {"threads", "1"},
+    {"enable_external_file_cache", "false"},
+};
+
+bool MakeConfig(ConfigHandle& outConfig) {
+  if (duckdb_create_config(outConfig.out()) != DuckDBSuccess) return false;
+  return std::all_of(std::begin(kSettings), std::end(kSettings), [&](auto const& inSetting) {
+    return duckdb_set_config(outConfig.get(), inSetting.first, inSetting.second) == DuckDBSuccess;
+  });
+}
+
 InstancePtr OpenInstance(std::string& outError) {
   ConfigHandle config;
   auto instance = std::make_unique<ScratchInstance>();
   TextHandle error;
-  if (duckdb_create_config(config.out()) != DuckDBSuccess ||
-      duckdb_set_config(config.get(), "threads", "1") != DuckDBSuccess ||
-      duckdb_open_ext(nullptr, instance->mDatabase.out(), config.get(), error.out()) !=
-          DuckDBSuccess) {
+  if (!MakeConfig(config) || duckdb_open_ext(nullptr, instance->mDatabase.out(), config.get(),
+                                             error.out()) != DuckDBSuccess) {
     outError = TextOr(error.get(), "Failed to open a DuckDB database in memory");
     return nullptr;
   }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/DuckDBCalls.h"
+#include "support/TempFolder.h"
 
 namespace lumora::duckdb_c {
 namespace {
@@ -62,6 +63,18 @@ TEST(ScratchDatabase, WorksOnOneThreadUntilMuchWorkIsExpected) {
     scratch.ExpectMuchWork();
     EXPECT_EQ(Ask(scratch.get(), "SELECT current_setting('threads')"),
               std::to_string(std::thread::hardware_concurrency()));
+  }
+}
+
+TEST(ScratchDatabase, KeepsNothingOfTheFilesThatItsUsersRead) {
+  test::TempFolder const folder;
+  std::string const file = "'" + folder.At("rows.parquet") + "'";
+  std::string error;
+  for (int i = 0; i < 2; ++i) {
+    ScratchDatabase const scratch(error);
+    Ask(scratch.get(), "COPY (FROM range(3000)) TO " + file);
+    EXPECT_EQ(Ask(scratch.get(), "SELECT sum(range) FROM " + file), "4498500");
+    EXPECT_EQ(Ask(scratch.get(), "SELECT count(*) FROM duckdb_external_file_cache()"), "0");
   }
 }
 
