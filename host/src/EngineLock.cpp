@@ -41,7 +41,7 @@ constinit Reserve gReserve;
 bool* NewCell(bool inValue) noexcept {
   if (auto* const cell = new (std::nothrow) bool(inValue)) return cell;
   bool* const cell = gReserve.Take();
-  if (cell) *cell = inValue;
+  if (cell != nullptr) *cell = inValue;
   return cell;
 }
 

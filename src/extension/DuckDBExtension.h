@@ -12,7 +12,7 @@ class DuckDBExtension final : public I_DuckDBExtension {
   DuckDBExtension() = default;
   DuckDBExtension(DuckDBExtension const&) = delete;
   DuckDBExtension& operator=(DuckDBExtension const&) = delete;
-  ~DuckDBExtension();
+  ~DuckDBExtension() override;
 
   std::uint32_t AddRef() override { return mRefCount.Increment(); }
   std::uint32_t Release() override;

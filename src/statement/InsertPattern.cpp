@@ -18,6 +18,16 @@ bool StartsWord(char inChar) {
 }
 bool GoesOnWord(char inChar) { return StartsWord(inChar) || IsDigit(inChar); }
 
+// DuckDB takes some characters beyond ASCII for blanks: U+00A0, U+3000, U+FEFF and some of U+2000
+// to U+207F. Their neighbours with the same first bytes are hardly ever in a name.
+bool HoldsWideBlank(std::string_view inWord) {
+  static constexpr std::array<std::string_view, 5> kBeginnings = {
+      "\xC2\xA0", "\xE2\x80", "\xE2\x81", "\xE3\x80", "\xEF\xBB"};
+  return std::any_of(kBeginnings.begin(), kBeginnings.end(), [&](std::string_view inBeginning) {
+    return inWord.find(inBeginning) != inWord.npos;
+  });
+}
+
 // A walk over the text; each Take skips blanks and consumes what it names, or nothing.
 class Scanner {
  public:
@@ -52,7 +62,9 @@ class Scanner {
     if (mRest.front() == '"') {
       if (!TakeQuoted('"')) return {};
     } else if (StartsWord(mRest.front())) {
-      mRest.remove_prefix(Count(GoesOnWord));
+      auto const word = mRest.substr(0, Count(GoesOnWord));
+      if (HoldsWideBlank(word)) return {};
+      mRest.remove_prefix(word.size());
     }
     return before.substr(0, before.size() - mRest.size());
   }
@@ -63,9 +75,9 @@ class Scanner {
     if (TakeSign('?')) {
       mRest.remove_prefix(Count(IsDigit));
     } else if (TakeSign('$')) {
-      auto const name = Count(GoesOnWord);
-      if (name == 0) return {};
-      mRest.remove_prefix(name);
+      auto const name = mRest.substr(0, Count(GoesOnWord));
+      if (name.empty() || HoldsWideBlank(name)) return {};
+      mRest.remove_prefix(name.size());
     }
     return before.substr(0, before.size() - mRest.size());
   }

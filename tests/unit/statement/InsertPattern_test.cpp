@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "duckdb_c/Handles.h"
+#include "support/HostValueText.h"
+
 namespace lumora {
 namespace {
 
@@ -72,6 +75,33 @@ TEST(InsertPattern, SurvivesEveryPrefixOfALongText) {
     EXPECT_FALSE(IsPlainInsert(std::string_view(whole).substr(0, size))) << size;
   }
   EXPECT_TRUE(IsPlainInsert(whole));
+}
+
+// DuckDB is asked which characters it takes for blanks: with one of them inside, a name is two.
+TEST(InsertPattern, IsNotFoundWithABlankBeyondAscii) {
+  duckdb_c::DatabaseHandle database;
+  duckdb_c::ConnectionHandle connection;
+  ASSERT_EQ(duckdb_open(nullptr, database.out()), DuckDBSuccess);
+  ASSERT_EQ(duckdb_connect(database.get(), connection.out()), DuckDBSuccess);
+  int blanks = 0;
+  int names = 0;
+  auto const check = [&](char16_t inUnit) {
+    tarn::String const unit(&inUnit, 1);
+    std::string const sql = "INSERT INTO t (a" + test::ToUTF8(unit) + "b) VALUES (?)";
+    duckdb_c::ExtractedHandle extracted;
+    bool const isName =
+        duckdb_extract_statements(connection.get(), sql.c_str(), extracted.out()) == 1;
+    ++(isName ? names : blanks);
+    EXPECT_TRUE(isName || !IsPlainInsert(sql)) << sql << " " << static_cast<int>(inUnit);
+  };
+  for (int unit = 0x80; unit < 0xD800; unit += unit < 0x3100 ? 1 : 257) {
+    check(static_cast<char16_t>(unit));
+  }
+  for (int unit = 0xF000; unit <= 0xFFFF; unit += 3) check(static_cast<char16_t>(unit));
+  check(0xFEFF);
+  EXPECT_GT(blanks, 10);
+  EXPECT_GT(names, 10000);
+  EXPECT_FALSE(IsPlainInsert("INSERT INTO t VALUES ($a\xC2\xA0)"));
 }
 
 std::string Parts(std::string_view inSql) {

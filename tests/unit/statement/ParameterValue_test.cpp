@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <limits>
+#include <ostream>
 
 #include "duckdb_c/duckdb_completion.h"
 #include "support/FakeDatabase.h"
@@ -32,6 +33,10 @@ struct CodeCase {
   std::uint32_t mCode;
   std::int64_t mNumber;
   char const* mSeen;
+
+  friend std::ostream& operator<<(std::ostream& ioStream, CodeCase const& inCase) {
+    return ioStream << inCase.mCode << ": " << inCase.mNumber;
+  }
 };
 
 class WholeNumberCode : public testing::TestWithParam<CodeCase> {};
