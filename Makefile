@@ -92,19 +92,20 @@ bench: setup-data $(root)/build/release/build.ninja ## all benchmarks
 	@'$(root)/scripts/bench.sh'
 
 # What is too long for `test`, one executable a line: kills go SOAK_ROUNDS rounds, the mixed soak goes on for
-# SOAK_SECONDS and SOAK_OPERATIONS.
+# SOAK_SECONDS and SOAK_OPERATIONS; every file call and every allocation fails once and for good.
 soak_suites := \
 	stress_soak \
 	stress_database_crash \
 	stress_backup_crash \
 	stress_restore_crash \
-	contract_file_faults
+	contract_file_faults \
+	contract_allocation
 
 soak: setup $(root)/build/release/build.ninja ## the long suites: mixed threads, kills at random moments
 	@$(call build_with,release,--target $(soak_suites))
 	@for suite in $(soak_suites); do \
 	    echo "== $$suite"; \
-	    LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) LUMORA_TEST_KILL=anywhere LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) LUMORA_SOAK_OPERATIONS=$(SOAK_OPERATIONS) \
+	    LUMORA_TEST_ROUNDS=$(SOAK_ROUNDS) LUMORA_TEST_KILL=anywhere LUMORA_EVERY_FAULT=1 LUMORA_SOAK_SECONDS=$(SOAK_SECONDS) LUMORA_SOAK_OPERATIONS=$(SOAK_OPERATIONS) \
 	        '$(root)/build/release/tests/'$$suite; \
 	done
 

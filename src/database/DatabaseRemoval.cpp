@@ -39,10 +39,13 @@ std::string RemoveFile(std::string const& inPath) {
 
 template <typename TSuffixes>
 std::string RemoveBeside(std::string const& inPath, TSuffixes const& inSuffixes) {
-  std::error_code error;
   for (char const* const suffix : inSuffixes) {
     std::string const path = inPath + suffix;
-    if (!fs::is_regular_file(duckdb_c::PathOf(path), error)) continue;
+    std::error_code error;
+    fs::file_status const status = fs::status(duckdb_c::PathOf(path), error);
+    // It may be there: the next database of this name would take an old log for its own.
+    if (status.type() == fs::file_type::none) return fmt::format("{}: {}", path, error.message());
+    if (!fs::is_regular_file(status)) continue;
     if (std::string why = RemoveFile(path); !why.empty()) return why;
   }
   return {};

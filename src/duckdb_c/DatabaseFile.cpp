@@ -112,6 +112,15 @@ std::string Refusal(OpenRequest const& inRequest, FileStatus const& inStatus) {
   return *why ? fmt::format("IO Error: Cannot open file \"{}\": {}", inStatus.mPath, why) : "";
 }
 
+// Hazard: a log that DuckDB cannot look at is none for it. It opens the file without what the log
+// holds, and removes the log later. Remedy: it is looked at before. Empty: DuckDB may be asked.
+std::string LogRefusal(std::string const& inPath) {
+  std::string const log = inPath + ".wal";
+  std::error_code error;
+  if (fs::status(PathOf(log), error).type() != fs::file_type::none) return {};
+  return fmt::format("IO Error: Cannot open file \"{}\": {}", log, error.message());
+}
+
 // DuckDB takes storage options for a new file in an ATTACH alone. The private instance needs no
 // configuration: it runs nothing else, and external access must not be off in it.
 bool RunAttach(std::string const& inSql, std::string& outError) {
@@ -172,6 +181,8 @@ bool IsNew(FileStatus const& inStatus) {
 
 DatabaseHandle OpenOrMake(OpenRequest const& inRequest, FileStatus const& inStatus,
                           std::string& outError) {
+  outError = LogRefusal(inStatus.mPath);
+  if (!outError.empty()) return {};
   bool const isNew = !inRequest.mOnlyReads && IsNew(inStatus);
   if (isNew && !MakeFile(inRequest, inStatus.mPath, outError)) return {};
   DatabaseHandle handle = OpenInstance(inStatus.mPath, inRequest.mConfig, outError);
@@ -246,6 +257,8 @@ std::shared_ptr<OpenDatabase> OpenReadOnly(OpenRequest const& inRequest, Busy& i
                                            FileStatus const& inStatus, std::string& outError) {
   auto const registry = FileRegistry::Instance();
   if (ioFile->mReadWrite) return std::make_shared<ReadWriteUser>(registry, ioFile.get_File());
+  outError = LogRefusal(inStatus.mPath);
+  if (!outError.empty()) return nullptr;
   bool const others = ioFile->mReadOnlyUsers != 0;
   if (others && !ioFile->mKeeper) {
     ioFile->mKeeper = std::make_unique<ReadLockKeeper>(inStatus.mPath);

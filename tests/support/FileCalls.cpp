@@ -1,5 +1,6 @@
 #include "support/FileCalls.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -40,7 +41,7 @@ bool IsUnderFolder(int inDescriptor) {
   char link[64];
   char path[PATH_MAX];
   std::snprintf(link, sizeof link, "/proc/self/fd/%d", inDescriptor);
-  ssize_t const length = ::readlink(link, path, sizeof path - 1);
+  ssize_t const length = LUMORA_NEXT(readlink)(link, path, sizeof path - 1);
   if (length <= 0) return false;
   path[length] = '\0';
   return IsUnderFolder(path);
@@ -111,6 +112,9 @@ mode_t ModeOf(int inFlags, va_list inRest) {
 }  // namespace
 
 extern "C" {
+
+int __xstat(int version, char const* path, struct stat* out) noexcept;
+int __lxstat(int version, char const* path, struct stat* out) noexcept;
 
 int open(char const* path, int flags, ...) {
   va_list rest;
@@ -192,6 +196,63 @@ int remove(char const* path) noexcept {
 }
 int rmdir(char const* path) noexcept {
   return Run<int>(kRemoveCall, path, [&] { return LUMORA_NEXT(rmdir)(path); });
+}
+
+int stat(char const* path, struct stat* out) noexcept {
+  return Run<int>(kLookCall, path, [&] { return LUMORA_NEXT(stat)(path, out); });
+}
+int lstat(char const* path, struct stat* out) noexcept {
+  return Run<int>(kLookCall, path, [&] { return LUMORA_NEXT(lstat)(path, out); });
+}
+int fstat(int file, struct stat* out) noexcept {
+  return Run<int>(kLookCall, file, [&] { return LUMORA_NEXT(fstat)(file, out); });
+}
+int fstat64(int file, struct stat64* out) noexcept {
+  return Run<int>(kLookCall, file, [&] { return LUMORA_NEXT(fstat64)(file, out); });
+}
+// What programs for an older system call, DuckDB too. Its fstat does not fail here, as that of an
+// open file on a disk does not: DuckDB would leave the descriptor behind, or end the process.
+int __xstat(int version, char const* path, struct stat* out) noexcept {
+  return Run<int>(kDuckDBLookCall, path, [&] { return LUMORA_NEXT(__xstat)(version, path, out); });
+}
+int __lxstat(int version, char const* path, struct stat* out) noexcept {
+  return Run<int>(kDuckDBLookCall, path, [&] { return LUMORA_NEXT(__lxstat)(version, path, out); });
+}
+int access(char const* path, int mode) noexcept {
+  return Run<int>(kDuckDBLookCall, path, [&] { return LUMORA_NEXT(access)(path, mode); });
+}
+ssize_t readlink(char const* path, char* out, size_t size) noexcept {
+  return Run<ssize_t>(kLookCall, path, [&] { return LUMORA_NEXT(readlink)(path, out, size); });
+}
+
+DIR* opendir(char const* path) {
+  if (Judge(kListCall, path) == Verdict::kGo) return LUMORA_NEXT(opendir)(path);
+  errno = gState.mFault.mError;
+  return nullptr;
+}
+dirent* readdir(DIR* folder) {
+  if (Judge(kListCall, dirfd(folder)) == Verdict::kGo) return LUMORA_NEXT(readdir)(folder);
+  errno = gState.mFault.mError;
+  return nullptr;
+}
+
+// Each command has one argument or none.
+int fcntl(int file, int command, ...) {
+  va_list rest;
+  va_start(rest, command);
+  void* const argument = va_arg(rest, void*);
+  va_end(rest);
+  auto const go = [&] { return LUMORA_NEXT(fcntl)(file, command, argument); };
+  bool const locks = command == F_SETLK || command == F_SETLKW || command == F_GETLK;
+  return locks ? Run<int>(kLockCall, file, go) : go();
+}
+
+int close(int file) {
+  Verdict const verdict = Judge(kCloseCall, file);
+  int const closed = LUMORA_NEXT(close)(file);
+  if (verdict == Verdict::kGo) return closed;
+  errno = gState.mFault.mError;
+  return -1;
 }
 
 }  // extern "C"

@@ -17,7 +17,12 @@ enum FileCall : std::uint32_t {
   kSyncCall = 8,     //
   kResizeCall = 16,  // ftruncate, fallocate
   kRenameCall = 32,
-  kRemoveCall = 64,  // of a file or a folder
+  kRemoveCall = 64,        // of a file or a folder
+  kLookCall = 128,         // stat and its like of our libraries
+  kDuckDBLookCall = 2048,  // its own, and access
+  kListCall = 256,         // of a folder: its opening, and each entry
+  kLockCall = 512,
+  kCloseCall = 1024,  // closes all the same, as the system does
   // What changes a file or a folder: a process that dies between two of these leaves the same as
   // one that dies before the second.
   kChangingCalls = kOpenCall | kWriteCall | kResizeCall | kRenameCall | kRemoveCall,
