@@ -94,6 +94,7 @@ int RunLumora(int inCount, char const* const* inArguments) {
   UseUtf8Streams();
   std::vector<std::string> const arguments = ArgumentsOf(inCount, inArguments);
   std::vector<char const*> words;
+  words.reserve(arguments.size());
   for (std::string const& argument : arguments) words.push_back(argument.c_str());
   ParsedOptions const parsed = ParseOptions(static_cast<int>(words.size()), words.data());
   if (auto const* answer = std::get_if<UsageAnswer>(&parsed)) {

@@ -41,7 +41,8 @@ constinit Reserve gReserve;
 bool* NewCell(bool inValue) noexcept {
   if (auto* const cell = new (std::nothrow) bool(inValue)) return cell;
   bool* const cell = gReserve.Take();
-  if (cell != nullptr) *cell = inValue;
+  if (!cell) return nullptr;
+  *cell = inValue;
   return cell;
 }
 

@@ -16,7 +16,6 @@
 
 namespace lumora {
 
-using duckdb_c::ResultHandle;
 using duckdb_c::ScratchDatabase;
 using duckdb_c::TextOr;
 
