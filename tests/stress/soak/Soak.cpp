@@ -46,6 +46,7 @@ void Soak::MakeSharedFiles() {
     std::string script =
         "CREATE TABLE log(worker INTEGER, n BIGINT, t VARCHAR);"
         "CREATE TABLE counter(worker INTEGER, n BIGINT);"
+        "CREATE TABLE contended AS SELECT 0::BIGINT AS n;"
         "INSERT INTO counter SELECT range, 0 FROM range(" +
         std::to_string(kWorkers) + ");";
     for (int worker = 0; worker < kWorkers; ++worker) {
@@ -82,6 +83,7 @@ void Soak::Verify(std::vector<SoakModel const*> const& inModels) {
 void Soak::VerifyShared(int inFile, std::vector<SoakModel const*> const& inModels) {
   std::vector<std::vector<std::string>> logged;
   std::vector<std::vector<std::string>> counted;
+  std::int64_t contended = 0;
   for (std::size_t worker = 0; worker < inModels.size(); ++worker) {
     auto const& shared = inModels[worker]->mShared[static_cast<std::size_t>(inFile)];
     std::string const number = std::to_string(worker);
@@ -89,11 +91,15 @@ void Soak::VerifyShared(int inFile, std::vector<SoakModel const*> const& inModel
       logged.push_back({number, std::to_string(n), "t" + std::to_string(n)});
     }
     counted.push_back({number, std::to_string(shared.mCounted)});
+    contended += shared.mContended;
   }
   Oracle oracle(mFolder.At(SharedName(inFile)));
   EXPECT_EQ(oracle.Texts("SELECT worker, n, t FROM log ORDER BY ALL"), logged)
       << SharedName(inFile);
   EXPECT_EQ(oracle.Texts("SELECT worker, n FROM counter ORDER BY ALL"), counted)
+      << SharedName(inFile);
+  EXPECT_EQ(oracle.Texts("SELECT n FROM contended"),
+            (std::vector<std::vector<std::string>>{{std::to_string(contended)}}))
       << SharedName(inFile);
 }
 

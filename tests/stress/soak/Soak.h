@@ -24,6 +24,7 @@ struct SoakModel {
   struct Shared {
     std::vector<std::int64_t> mLogged;  // its numbers in the table log, ascending
     std::int64_t mCounted = 0;          // its additions to the table counter
+    std::int64_t mContended = 0;        // its additions to the one row of the table contended
   };
   std::array<Shared, kSharedFiles> mShared;
   std::map<std::int64_t, std::string> mPrivate;  // its own file's table kv
@@ -33,7 +34,7 @@ struct SoakModel {
 struct SoakTally {
   std::atomic<std::uint64_t> mCancels{0};    // a database was closed by another worker
   std::atomic<std::uint64_t> mCancelled{0};  // an operation met that
-  std::atomic<std::uint64_t> mConflicts{0};  // DuckDB refused a transaction for another one
+  std::atomic<std::uint64_t> mConflicts{0};  // a change was refused for another's of that row
   std::atomic<std::uint64_t> mInserted{0};   // acknowledged rows
   std::atomic<std::uint64_t> mBackups{0};    // restored and found equal
 };

@@ -39,6 +39,7 @@ constexpr Worker::Operation kOperations[] = {
     {"try pieces", 40, &Worker::TryPieces},
     {"count own rows", 100, &Worker::CountOwnRows},
     {"meet an error", 40, &Worker::MeetAnError},
+    {"collide on a row", 30, &Worker::CollideOnARow},
     {"read results", 80, &Worker::ReadResults},
     {"open a cursor", 60, &Worker::OpenCursor},
     {"step a cursor", 500, &Worker::StepCursor},
@@ -131,6 +132,7 @@ void Worker::Rest() {
   for (int place : {kShared, kPrivate}) mSoak.Publish(mIndex, place, nullptr);
   mHeld.clear();
   mOthers.clear();
+  mRival.reset();
   for (SoakDatabase& database : mDatabases) database.reset();
 }
 

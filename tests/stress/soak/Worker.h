@@ -41,6 +41,7 @@ class Worker {
   void TryPieces();
   void CountOwnRows();
   void MeetAnError();
+  void CollideOnARow();
 
   // --- operations: OperationsObjects.cpp ---
   void ReadResults();
@@ -88,6 +89,7 @@ class Worker {
   std::int64_t NextNumber() { return ++mNumber; }
   std::string InsertSql(std::int64_t inNumber) const;
   void Acknowledge(std::vector<std::int64_t> const& inNumbers);
+  void EndRival();
   // What a query of one number, or of two, gives.
   static std::pair<std::int64_t, std::int64_t> Numbers(SoakDatabase const& inDatabase,
                                                        std::string const& inSql, int inColumns);
@@ -108,6 +110,10 @@ class Worker {
   std::int64_t mNumber = 0;  // of the last row that it tried to insert
   int mFile = 0;
   std::array<SoakDatabase, 2> mDatabases;
+  // One with a change that is not committed yet, and the shared file that it is of. Nobody else has
+  // it.
+  SoakDatabase mRival;
+  int mRivalFile = 0;
   std::vector<Held> mHeld;
   std::vector<tarn::smart_ptr<tarn::I_Unknown>> mOthers;  // statements and results that are kept
 };
