@@ -116,6 +116,13 @@ void CheckCommits(std::string const& inPath, Told const& inTold, std::set<int> c
   Expect(Includes(possible, found), "a transaction that nobody wrote");
 }
 
+void CheckNothingIsLeft(World const& inWorld, std::string const& inName) {
+  for (auto const& entry : fs::directory_iterator(inWorld.mFolder)) {
+    std::string const name = entry.path().filename().string();
+    Expect(!name.starts_with(inName), name + " is left after Drop");
+  }
+}
+
 // Nothing stands in the way of a new database, nor is left of it when it is dropped.
 void CheckCreates(World const& inWorld, std::string const& inName) {
   DatabasePtr const database = MakeObject(inWorld.At(inName));
@@ -123,10 +130,7 @@ void CheckCreates(World const& inWorld, std::string const& inName) {
   Run(database, "CREATE TABLE t (a INTEGER)");
   Expect(Transactions(database).empty(), "the new database is not empty");
   database->Drop();
-  for (auto const& entry : fs::directory_iterator(inWorld.mFolder)) {
-    std::string const name = entry.path().filename().string();
-    Expect(!name.starts_with(inName), name + " is left after Drop");
-  }
+  CheckNothingIsLeft(inWorld, inName);
 }
 
 // --- the operations ------------------------------------------------------------------------------
@@ -207,6 +211,7 @@ void ActDrop(World& ioWorld) {
 void CheckDropped(World const& inWorld, Told const& inTold) {
   bool const there = MakeObject(inWorld.At("a.db"))->get_Exists();
   Expect(!there || !inTold.mIsDone, "the dropped database is there");
+  if (inTold.mIsDone) CheckNothingIsLeft(inWorld, "a.db");
   if (there) Expect(TransactionsIn(inWorld.At("a.db")) == kOld, "the database is not whole");
   CheckCreates(inWorld, "a.db");
 }
