@@ -143,7 +143,7 @@ class ProcedureFaults : public Procedures, public testing::WithParamInterface<Pr
     std::vector<int> places(static_cast<std::size_t>(std::max(inCalls, 0)));
     for (int i = 0; i < inCalls; ++i) places[static_cast<std::size_t>(i)] = i;
     std::shuffle(places.begin(), places.end(), mRandom);
-    places.resize(std::min(places.size(), static_cast<std::size_t>(Rounds(4, 1))));
+    places.resize(std::min(places.size(), static_cast<std::size_t>(Rounds(3, 1))));
     return places;
   }
 
