@@ -55,7 +55,7 @@ std::string TypeTextOf(duckdb_value inValue) {
 }
 
 constexpr int kThreads = 8;
-constexpr int kRounds = lumora::test::kIsSanitized ? 20 : 100;
+constexpr int kRounds = lumora::test::kIsSlow ? 20 : 100;
 
 // Runs the work on several threads that start together; the work says how often it failed.
 template <typename TWork>

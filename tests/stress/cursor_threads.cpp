@@ -19,7 +19,7 @@ using namespace tarn::lsql;
 using tarn::smart_ptr;
 using tarn::String;
 
-constexpr int kRounds = kIsSanitized ? 15 : 80;
+constexpr int kRounds = kIsSlow ? 15 : 80;
 constexpr int kReaders = 4;
 constexpr int kRows = 9000;
 

@@ -18,7 +18,7 @@ using namespace tarn::lsql;
 using tarn::smart_ptr;
 using tarn::String;
 
-constexpr int kRounds = kIsSanitized ? 25 : 150;
+constexpr int kRounds = kIsSlow ? 25 : 150;
 
 class StatementThreads : public testing::Test {
  protected:

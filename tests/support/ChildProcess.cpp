@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <map>
 #include <stdexcept>
 
 extern char** environ;
@@ -15,20 +14,9 @@ namespace lumora::test {
 
 namespace {
 
-std::map<std::string, ChildJob::Function>& Jobs() {
-  static std::map<std::string, ChildJob::Function> jobs;
-  return jobs;
-}
+pid_t ProcessId(std::intptr_t inProcess) { return static_cast<pid_t>(inProcess); }
 
 }  // namespace
-
-ChildJob::ChildJob(char const* inName, Function inFunction) { Jobs()[inName] = inFunction; }
-
-int ChildJob::Run(std::string const& inName, Arguments const& inArguments) {
-  auto const job = Jobs().find(inName);
-  if (job == Jobs().end()) throw std::runtime_error("no job " + inName);
-  return job->second(inArguments);
-}
 
 ChildProcess::ChildProcess(std::string const& inJob, Arguments const& inArguments) {
   int ends[2];
@@ -42,9 +30,11 @@ ChildProcess::ChildProcess(std::string const& inJob, Arguments const& inArgument
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  pid_t process = -1;
   int const error =
-      posix_spawn(&mProcess, self.c_str(), &actions, nullptr, pointers.data(), environ);
+      posix_spawn(&process, self.c_str(), &actions, nullptr, pointers.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
+  if (error == 0) mProcess = process;
   close(ends[1]);
   mOutput = ends[0];
   if (error != 0) throw std::runtime_error("no child process");
@@ -53,52 +43,41 @@ ChildProcess::ChildProcess(std::string const& inJob, Arguments const& inArgument
 ChildProcess::~ChildProcess() {
   if (mProcess > 0) {
     Kill();
-    waitpid(mProcess, nullptr, 0);
+    waitpid(ProcessId(mProcess), nullptr, 0);
   }
-  close(mOutput);
+  close(static_cast<int>(mOutput));
 }
 
-std::string ChildProcess::ReadLine() {
-  for (;;) {
-    std::size_t const end = mBuffer.find('\n');
-    if (end != std::string::npos) {
-      std::string const line = mBuffer.substr(0, end);
-      mBuffer.erase(0, end + 1);
-      return line;
-    }
-    char bytes[4096];
-    ssize_t const count = read(mOutput, bytes, sizeof bytes);
-    if (count <= 0) return {};
-    mBuffer.append(bytes, static_cast<std::size_t>(count));
-  }
+int ChildProcess::get_ProcessId() const { return ProcessId(mProcess); }
+
+bool ChildProcess::ReadMore() {
+  char bytes[4096];
+  ssize_t const count = read(static_cast<int>(mOutput), bytes, sizeof bytes);
+  if (count <= 0) return false;
+  mBuffer.append(bytes, static_cast<std::size_t>(count));
+  return true;
 }
 
-void ChildProcess::Kill() { kill(mProcess, SIGKILL); }
+void ChildProcess::Kill() { kill(ProcessId(mProcess), SIGKILL); }
 
 void ChildProcess::KillBetweenCalls() {
-  kill(mProcess, SIGSTOP);
+  kill(ProcessId(mProcess), SIGSTOP);
   siginfo_t information{};
   waitid(P_PID, static_cast<id_t>(mProcess), &information, WSTOPPED | WEXITED | WNOWAIT);
   Kill();
 }
 
 ChildResult ChildProcess::Wait() {
-  char bytes[4096];
-  for (ssize_t count; (count = read(mOutput, bytes, sizeof bytes)) > 0;) {
-    mBuffer.append(bytes, static_cast<std::size_t>(count));
+  while (ReadMore()) {
   }
   int status = 0;
-  waitpid(mProcess, &status, 0);
+  waitpid(ProcessId(mProcess), &status, 0);
   mProcess = -1;
   ChildResult result;
   if (WIFEXITED(status)) result.mExitCode = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.mSignal = WTERMSIG(status);
   result.mOutput = mBuffer;
   return result;
-}
-
-ChildResult RunChild(std::string const& inJob, Arguments const& inArguments) {
-  return ChildProcess(inJob, inArguments).Wait();
 }
 
 }  // namespace lumora::test

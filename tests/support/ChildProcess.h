@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -34,7 +35,7 @@ class ChildProcess {
   ChildProcess(ChildProcess const&) = delete;
   ChildProcess& operator=(ChildProcess const&) = delete;
 
-  int get_ProcessId() const { return mProcess; }
+  int get_ProcessId() const;
   // The next line of its standard output, without the end of line; empty at its end.
   std::string ReadLine();
   void Kill();  // SIGKILL, which may end it in the middle of a write
@@ -44,8 +45,12 @@ class ChildProcess {
   ChildResult Wait();  // with the output that was not read
 
  private:
-  int mProcess = -1;
-  int mOutput = -1;
+  // More of its output into the buffer; false at its end.
+  bool ReadMore();
+
+  // What the system knows them by.
+  std::intptr_t mProcess = -1;
+  std::intptr_t mOutput = -1;
   std::string mBuffer;
 };
 

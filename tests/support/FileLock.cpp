@@ -42,12 +42,18 @@ bool AnotherProcessCanRead(std::string const& inPath) {
   return AnotherProcessCanLock(inPath, F_RDLCK);
 }
 
-ForeignLock::ForeignLock(std::string const& inPath, bool inWrite) {
+struct ForeignLock::Holder {
+  pid_t mChild = -1;
+  int mPipe = -1;
+};
+
+ForeignLock::ForeignLock(std::string const& inPath, bool inWrite)
+    : mHolder(std::make_unique<Holder>()) {
   int down[2];
   int up[2];
   if (pipe(down) != 0 || pipe(up) != 0) throw std::runtime_error("no pipe");
-  mChild = fork();
-  if (mChild == 0) {
+  mHolder->mChild = fork();
+  if (mHolder->mChild == 0) {
     close(down[1]);
     char const answer = TakeLock(inPath.c_str(), inWrite ? F_WRLCK : F_RDLCK) ? 'y' : 'n';
     (void)!write(up[1], &answer, 1);
@@ -57,24 +63,31 @@ ForeignLock::ForeignLock(std::string const& inPath, bool inWrite) {
   }
   close(down[0]);
   close(up[1]);
-  mPipe = down[1];
+  mHolder->mPipe = down[1];
   char answer = 'n';
-  bool const held = mChild > 0 && read(up[0], &answer, 1) == 1 && answer == 'y';
+  bool const held = mHolder->mChild > 0 && read(up[0], &answer, 1) == 1 && answer == 'y';
   close(up[0]);
   if (!held) throw std::runtime_error("the child process got no lock");
 }
 
 ForeignLock::~ForeignLock() {
-  close(mPipe);
-  waitpid(mChild, nullptr, 0);
+  close(mHolder->mPipe);
+  waitpid(mHolder->mChild, nullptr, 0);
 }
 
-LockThief::LockThief(std::string const& inPath) {
+int ForeignLock::get_ProcessId() const { return mHolder->mChild; }
+
+struct LockThief::Holder {
+  pid_t mChild = -1;
+  int mPipe = -1;
+};
+
+LockThief::LockThief(std::string const& inPath) : mHolder(std::make_unique<Holder>()) {
   int ends[2];
   int up[2];
   if (pipe(ends) != 0 || pipe(up) != 0) throw std::runtime_error("no pipe");
-  mChild = fork();
-  if (mChild == 0) {
+  mHolder->mChild = fork();
+  if (mHolder->mChild == 0) {
     close(ends[1]);
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
     bool stolen = TakeLock(inPath.c_str(), F_WRLCK);
@@ -85,16 +98,22 @@ LockThief::LockThief(std::string const& inPath) {
   }
   close(ends[0]);
   close(up[1]);
-  mPipe = ends[1];
+  mHolder->mPipe = ends[1];
   char begun = 0;
-  if (mChild < 0 || read(up[0], &begun, 1) != 1) throw std::runtime_error("no child process");
+  if (mHolder->mChild < 0 || read(up[0], &begun, 1) != 1)
+    throw std::runtime_error("no child process");
   close(up[0]);
 }
 
+LockThief::~LockThief() {
+  if (mHolder->mChild > 0) WasKeptOut();
+}
+
 bool LockThief::WasKeptOut() {
-  close(mPipe);
+  close(mHolder->mPipe);
   int status = 0;
-  waitpid(mChild, &status, 0);
+  waitpid(mHolder->mChild, &status, 0);
+  mHolder->mChild = -1;
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 

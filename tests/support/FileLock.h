@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace lumora::test {
@@ -16,23 +17,26 @@ class ForeignLock {
   ~ForeignLock();
   ForeignLock(ForeignLock const&) = delete;
   ForeignLock& operator=(ForeignLock const&) = delete;
-  int get_ProcessId() const { return mChild; }
+  int get_ProcessId() const;
 
  private:
-  int mChild = -1;
-  int mPipe = -1;
+  struct Holder;
+  std::unique_ptr<Holder> mHolder;
 };
 
 // A child process that tries to take the file's write lock again and again.
 class LockThief {
  public:
   explicit LockThief(std::string const& inPath);
+  ~LockThief();
+  LockThief(LockThief const&) = delete;
+  LockThief& operator=(LockThief const&) = delete;
   // Stops it. True: it never got the lock, and it tried.
   bool WasKeptOut();
 
  private:
-  int mChild = -1;
-  int mPipe = -1;
+  struct Holder;
+  std::unique_ptr<Holder> mHolder;
 };
 
 }  // namespace lumora::test

@@ -6,11 +6,11 @@
 
 namespace lumora::test {
 
-// How often a long test goes round: inNormal times, inSanitized times under a sanitizer, which is
-// ten times as slow, or LUMORA_TEST_ROUNDS times.
-inline int Rounds(int inNormal, int inSanitized) {
+// How often a long test goes round: inNormal times, inSlow times where everything takes long
+// (kIsSlow), or LUMORA_TEST_ROUNDS times.
+inline int Rounds(int inNormal, int inSlow) {
   if (char const* const given = std::getenv("LUMORA_TEST_ROUNDS")) return std::atoi(given);
-  return kIsSanitized ? inSanitized : inNormal;
+  return kIsSlow ? inSlow : inNormal;
 }
 
 }  // namespace lumora::test

@@ -16,7 +16,7 @@ inline std::uint64_t get_Seed(char const* inTest) {
   return seed;
 }
 
-// True in a build with a sanitizer, where random tests make fewer steps.
+// True in a build with a sanitizer.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kIsSanitized = true;
 #elif defined(__has_feature)
@@ -27,6 +27,13 @@ inline constexpr bool kIsSanitized = false;
 #endif
 #else
 inline constexpr bool kIsSanitized = false;
+#endif
+
+// True where random tests make fewer steps: with a sanitizer, and on Windows, which is Wine here.
+#if defined(_WIN32)
+inline constexpr bool kIsSlow = true;
+#else
+inline constexpr bool kIsSlow = kIsSanitized;
 #endif
 
 }  // namespace lumora::test

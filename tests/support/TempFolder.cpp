@@ -12,6 +12,19 @@ namespace lumora::test {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+std::string ToUtf8(fs::path const& inPath) {
+  std::u8string const text = inPath.u8string();
+  return std::string(text.begin(), text.end());
+}
+
+fs::path FromUtf8(std::string const& inPath) {
+  return fs::path(std::u8string(inPath.begin(), inPath.end()));
+}
+
+}  // namespace
+
 TempFolder::TempFolder(fs::path const& inParent) {
   std::random_device random;
   for (int attempt = 0; attempt < 100; ++attempt) {
@@ -28,22 +41,24 @@ TempFolder::~TempFolder() {
   fs::remove_all(mPath, error);
 }
 
-std::string TempFolder::At(std::string const& inName) const { return (mPath / inName).string(); }
+std::string TempFolder::At(std::string const& inName) const {
+  return ToUtf8(mPath / FromUtf8(inName));
+}
 
 std::string TempFolder::Write(std::string const& inName, std::string const& inContent) const {
-  std::ofstream(At(inName), std::ios::binary) << inContent;
+  std::ofstream(mPath / FromUtf8(inName), std::ios::binary) << inContent;
   return At(inName);
 }
 
 std::string TempFolder::Read(std::string const& inName) const {
-  std::ifstream file(At(inName), std::ios::binary);
+  std::ifstream file(mPath / FromUtf8(inName), std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 std::set<std::string> TempFolder::Names() const {
   std::set<std::string> names;
   for (auto const& entry : fs::directory_iterator(mPath)) {
-    names.insert(entry.path().filename().string());
+    names.insert(ToUtf8(entry.path().filename()));
   }
   return names;
 }

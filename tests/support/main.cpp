@@ -4,12 +4,10 @@
 #include <exception>
 #include <string>
 
+#include "support/ChildProcess.h"
 #include "support/LoadedExtension.h"
 #include "tarn/Converter.h"
 #include "tarn/Exceptions.h"
-#if !defined(_WIN32)
-#include "support/ChildProcess.h"
-#endif
 
 // Where the rooms are linked in, their databases are closed; elsewhere these are null.
 namespace lumora::duckdb_c {
@@ -48,12 +46,10 @@ class HostExceptions : public testing::EmptyTestEventListener {
 
 // The tests of an executable, or one job in a child process of it.
 int main(int inCount, char** inArguments) {
-#if !defined(_WIN32)
   if (inCount > 2 && inArguments[1] == std::string("--child")) {
     return EndWith(
         lumora::test::ChildJob::Run(inArguments[2], {inArguments + 3, inArguments + inCount}));
   }
-#endif
   testing::InitGoogleMock(&inCount, inArguments);
   testing::UnitTest::GetInstance()->listeners().Append(new HostExceptions);
   return EndWith(RUN_ALL_TESTS());

@@ -136,7 +136,7 @@ TEST_F(Cursors, GiveTheExtensionTheirRowsWhenTheyAreClientSide) {
 }
 
 TEST_F(Cursors, ServerSideHoldOneChunkHoweverLongTheResult) {
-  long const rows = kIsSanitized ? 300000 : 10000000;
+  long const rows = kIsSlow ? 300000 : 10000000;
   auto const cursor =
       Query("SELECT range, 'text ' || range FROM range(" + std::to_string(rows) + ")");
   // The result is there as a whole; walking it adds next to nothing. A sanitizer keeps what was

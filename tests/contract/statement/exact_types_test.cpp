@@ -12,7 +12,7 @@ namespace {
 
 using namespace lumora::test;
 
-constexpr int kCases = kIsSanitized ? 60 : 400;
+constexpr int kCases = kIsSlow ? 60 : 400;
 
 constexpr char const* kTypes[] = {
     "TINYINT",

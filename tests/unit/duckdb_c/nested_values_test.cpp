@@ -14,7 +14,7 @@
 namespace lumora::duckdb_c::test {
 namespace {
 
-constexpr std::size_t kTypes = lumora::test::kIsSanitized ? 2000 : 10000;
+constexpr std::size_t kTypes = lumora::test::kIsSlow ? 2000 : 10000;
 // Of a table's columns. Deep types are large, and DuckDB's work on them with them; most are
 // shallow.
 constexpr std::size_t kDepths[] = {0, 0, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 4, 5, 6};

@@ -9,12 +9,14 @@
 #include <vector>
 
 #include "Probe.h"
+#include "support/ProcessCounts.h"
 #include "support/TempFolder.h"
 #include "tarn/Exceptions.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using lumora::test::CountDescriptors;
 using lumora::test::TempFolder;
 using tarn::CreateLocation;
 using tarn::File;
@@ -41,11 +43,6 @@ std::string ErrorOf(std::string const& inPath, TStep inStep) {
   return {};
 }
 
-std::size_t OpenDescriptors() {
-  auto const entries = fs::directory_iterator("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(fs::begin(entries), fs::end(entries)));
-}
-
 // Gives up the rights of the superuser, whom no permission stops.
 class OrdinaryUser {
  public:
@@ -63,7 +60,7 @@ struct FileTest : testing::Test {
 };
 
 TEST_F(FileTest, WhatIsNoFileCannotBeOpenedAndLeavesNoDescriptor) {
-  std::size_t const before = OpenDescriptors();
+  std::size_t const before = CountDescriptors();
   ASSERT_EQ(mkfifo(mFolder.At("pipe").c_str(), 0600), 0);
   for (std::string const& path :
        {mFolder.At("missing"), mFolder.get_Path().string(), mFolder.At("pipe"),
@@ -73,7 +70,7 @@ TEST_F(FileTest, WhatIsNoFileCannotBeOpenedAndLeavesNoDescriptor) {
     EXPECT_FALSE(ErrorOf(path, [&] { file->OpenForRead(); }).empty());
     EXPECT_FALSE(file->get_IsOpen());
   }
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(CountDescriptors(), before);
   EXPECT_EQ(mFolder.Names(), (std::set<std::string>{"pipe"}));
 }
 
@@ -102,7 +99,7 @@ TEST_F(FileTest, AFileCannotBeMadeWhereItMayNotBe) {
   mFolder.Write("locked/secret", "x");
   fs::permissions(mFolder.get_Path() / "locked/secret", fs::perms::owner_read);
   fs::permissions(mFolder.get_Path() / "locked", fs::perms::owner_all);
-  ASSERT_EQ(chmod(mFolder.get_Path().c_str(), 0755), 0);
+  ASSERT_EQ(chmod(mFolder.get_Path().string().c_str(), 0755), 0);
   for (char const* const name : {"missing/file", ""}) {
     auto const file = At(mFolder.At(name));
     EXPECT_FALSE(ErrorOf(mFolder.At(name), [&] { file->Create(); }).empty());
@@ -158,11 +155,11 @@ TEST_F(FileTest, DeleteRemovesAFileAndNothingElse) {
 TEST_F(FileTest, DeleteOfALockedFileLeavesTheLocksOfItsOthersAlone) {
   // It opens no descriptor at all, so it can close none.
   mFolder.Write("file", "x");
-  std::size_t const before = OpenDescriptors();
+  std::size_t const before = CountDescriptors();
   auto const file = At(mFolder.At("file"));
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(CountDescriptors(), before);
   file->Delete();
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(CountDescriptors(), before);
   EXPECT_FALSE(fs::exists(mFolder.At("file")));
 }
 
@@ -213,34 +210,34 @@ TEST_F(FileTest, CreateMakesOrEmptiesTheFile) {
 
 TEST_F(FileTest, OpeningAgainClosesFirst) {
   mFolder.Write("file", "content");
-  std::size_t const before = OpenDescriptors();
+  std::size_t const before = CountDescriptors();
   auto const file = At(mFolder.At("file"));
   file->OpenForRead();
   file->OpenForRead();
-  EXPECT_EQ(OpenDescriptors(), before + 1);
+  EXPECT_EQ(CountDescriptors(), before + 1);
   file->put_Location(CreateLocation(Wide(mFolder.At("missing"))));
   EXPECT_FALSE(file->get_IsOpen());
   ErrorOf(mFolder.At("missing"), [&] { file->OpenForRead(); });
   EXPECT_FALSE(file->get_IsOpen());
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(CountDescriptors(), before);
 }
 
 TEST_F(FileTest, TheEndOfTheObjectClosesTheFile) {
   mFolder.Write("file", "content");
-  std::size_t const before = OpenDescriptors();
+  std::size_t const before = CountDescriptors();
   auto file = At(mFolder.At("file"));
   file->OpenForRead();
   EXPECT_EQ(file->get_RefsCount(), 1u);
   EXPECT_EQ(file->QueryInterface(402), nullptr);
   file.reset();
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(CountDescriptors(), before);
   {
     tarn::FileWin local;
     local.put_Location(CreateLocation(Wide(mFolder.At("file"))));
     EXPECT_EQ(Utf8(local.get_Location()->get_Path()), mFolder.At("file"));
     local.OpenForRead();
   }
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(CountDescriptors(), before);
 }
 
 TEST_F(FileTest, ManyBytesAreWrittenAndReadWhole) {

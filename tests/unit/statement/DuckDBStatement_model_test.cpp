@@ -20,7 +20,7 @@ using test::PieceKind;
 using test::StatementModel;
 using test::ToUTF8;
 
-constexpr int kCalls = test::kIsSanitized ? 6000 : 100000;
+constexpr int kCalls = test::kIsSlow ? 6000 : 100000;
 
 struct Expected {
   Outcome mOutcome;
