@@ -56,6 +56,7 @@ set(LUMORA_NOT_PORTABLE
     tests/contract/backup/full_disk_test.cpp
     tests/contract/database/foreign_process_test.cpp
     tests/contract/file_faults/
+    tests/contract/procedures/BadInputTest.cpp
     tests/contract/procedures/BesideDatabaseTest.cpp
     tests/contract/shell/
     tests/load/ExportsTest.cpp
@@ -89,7 +90,6 @@ set(LUMORA_NOT_ON_WINDOWS
     ExtensionObject.KnowsWhichDatabasesAreOpenUnderAnySpelling
     ExtensionObject.LooksIntoAFileOfAnotherProcessAndNotIntoOneOfItsOwn
     ExtensionObject.TakesNoFolderPipeDeviceOrMissingFileForADatabase
-    FetchDuckDB.OnAFileThatAnotherProcessHasOpenFails
     FetchDuckDB.ReadsAFileWhosePathHasQuotes
     FetchParquet.QuotesPathsAndNames
     FileTest.AFileCannotBeMadeWhereItMayNotBe
