@@ -85,7 +85,7 @@ TEST(InsertPattern, IsNotFoundWithABlankBeyondAscii) {
   ASSERT_EQ(duckdb_connect(database.get(), connection.out()), DuckDBSuccess);
   int blanks = 0;
   int names = 0;
-  auto const check = [&](char16_t inUnit) {
+  auto const check = [&](tarn::WChar inUnit) {
     tarn::String const unit(&inUnit, 1);
     std::string const sql = "INSERT INTO t (a" + test::ToUTF8(unit) + "b) VALUES (?)";
     duckdb_c::ExtractedHandle extracted;
@@ -95,9 +95,9 @@ TEST(InsertPattern, IsNotFoundWithABlankBeyondAscii) {
     EXPECT_TRUE(isName || !IsPlainInsert(sql)) << sql << " " << static_cast<int>(inUnit);
   };
   for (int unit = 0x80; unit < 0xD800; unit += unit < 0x3100 ? 1 : 257) {
-    check(static_cast<char16_t>(unit));
+    check(static_cast<tarn::WChar>(unit));
   }
-  for (int unit = 0xF000; unit <= 0xFFFF; unit += 3) check(static_cast<char16_t>(unit));
+  for (int unit = 0xF000; unit <= 0xFFFF; unit += 3) check(static_cast<tarn::WChar>(unit));
   check(0xFEFF);
   EXPECT_GT(blanks, 10);
   EXPECT_GT(names, 10000);
