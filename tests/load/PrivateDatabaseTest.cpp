@@ -3,12 +3,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "support/ChildProcess.h"
 #include "support/DuckDBCalls.h"
 #include "support/LoadedLibrary.h"
+#include "support/ProcessCounts.h"
 #include "support/Seed.h"
 #include "support/TempFolder.h"
 #include "tarn/Converter.h"
@@ -23,14 +23,6 @@ namespace {
 tarn::String Wide(std::string const& inText) {
   return tarn::StToUTF16(inText.data(), static_cast<std::int64_t>(inText.size()),
                          tarn::GetConverter_UTF8());
-}
-
-std::size_t CountThreads() {
-  std::size_t count = 0;
-  for ([[maybe_unused]] auto const& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    ++count;
-  }
-  return count;
 }
 
 // Reads a nested VARIANT, whose text only the private database can give.

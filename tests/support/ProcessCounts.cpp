@@ -21,7 +21,7 @@ std::size_t CountEntries(char const* inFolder) {
 
 std::size_t CountDescriptors() { return CountEntries("/proc/self/fd"); }
 
-std::size_t CountThreads() { return CountEntries("/proc/self/task"); }
+std::size_t CountListedThreads() { return CountEntries("/proc/self/task"); }
 
 std::size_t get_ResidentBytes() {
   std::size_t pages = 0;

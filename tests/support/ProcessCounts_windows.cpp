@@ -20,7 +20,7 @@ std::size_t CountDescriptors() {
   return count;
 }
 
-std::size_t CountThreads() {
+std::size_t CountListedThreads() {
   HANDLE const all = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
   THREADENTRY32 entry{};
   entry.dwSize = sizeof entry;
