@@ -39,11 +39,11 @@ class Reserve {
 constinit Reserve gReserve;
 
 bool* NewCell(bool inValue) noexcept {
-  if (auto* const cell = new (std::nothrow) bool(inValue)) return cell;
-  bool* const cell = gReserve.Take();
-  if (!cell) return nullptr;
-  *cell = inValue;
-  return cell;
+  auto* const cell = new (std::nothrow) bool(inValue);
+  if (cell != nullptr) return cell;
+  bool* const kept = gReserve.Take();
+  if (kept != nullptr) *kept = inValue;
+  return kept;
 }
 
 void FreeCell(void* inCell) {
