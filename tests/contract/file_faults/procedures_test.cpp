@@ -1,5 +1,6 @@
 // The file calls of the five procedures fail, one after another: the rows that the file has, or one
-// error and no cursor; nothing stays open, and the next call works.
+// error and no cursor (of a pattern, the rows of whole files); nothing stays open, and the next
+// call works.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
@@ -71,6 +72,11 @@ class ProcedureFaults : public Procedures, public testing::WithParamInterface<Pr
     fs::create_directory(mTemplate);
     ForkedResult const made = RunForked([&] { MakeFiles(); });
     ASSERT_THAT(made.mLines, testing::IsEmpty());
+    if (std::string_view(GetParam().mFile).find('*') == std::string_view::npos) return;
+    FreshFiles();
+    ForkedResult const one = RunForked([&] { TellParent(AnswerOf("a.parquet")); });
+    ASSERT_EQ(one.mLines.size(), 1U);
+    mOneFile = one.mLines[0];
   }
 
   // The last rows of the database are in its log alone.
@@ -92,8 +98,9 @@ class ProcedureFaults : public Procedures, public testing::WithParamInterface<Pr
   }
 
   // The answer as a text of its own: rows, or the error.
-  std::string Answer() const {
-    Args args = {Text(mWorld + "/" + GetParam().mFile)};
+  std::string Answer() const { return AnswerOf(GetParam().mFile); }
+  std::string AnswerOf(std::string const& inFile) const {
+    Args args = {Text(mWorld + "/" + inFile)};
     for (std::string const& text : GetParam().mRest) args.push_back(Text(text));
     CallOutcome const outcome =
         CallProcedure(LoadedProcedures::Instance().Find(GetParam().mName), args);
@@ -133,7 +140,8 @@ class ProcedureFaults : public Procedures, public testing::WithParamInterface<Pr
     }
     std::string const answer = result.mLines[0].substr(7);
     if (mRight.empty()) mRight = answer;
-    EXPECT_TRUE(answer == mRight || answer.starts_with("error: ")) << answer;
+    // Where DuckDB cannot list a folder to its end, it takes the files that it has seen.
+    EXPECT_TRUE(answer == mRight || answer == mOneFile || answer.starts_with("error: ")) << answer;
     EXPECT_EQ(result.mLines[2], "next " + mRight);
     if (answer != mRight) ++mErrors;
     return std::stoi(result.mLines[1].substr(6));
@@ -151,6 +159,7 @@ class ProcedureFaults : public Procedures, public testing::WithParamInterface<Pr
   std::string const mWorld = mFolder.At("world");
   std::mt19937_64 mRandom{get_Seed("ProcedureFaults")};
   std::string mRight;
+  std::string mOneFile;  // of a pattern: what each of its files gives, and never less
   int mRuns = 0;
   int mErrors = 0;
 };
