@@ -1,8 +1,6 @@
 #include "database/BackupMark.h"
 
-#include <filesystem>
 #include <string_view>
-#include <system_error>
 
 #include "database/DatabaseErrors.h"
 #include "duckdb_c/FileStatus.h"
@@ -34,10 +32,7 @@ void BeginBackup(std::string const& inFolder) {
 void EndBackup(std::string const& inFolder) { FileOf(inFolder)->Delete(); }
 
 bool IsUnfinishedBackup(std::string const& inFolder) {
-  // The folder is there before the file.
-  std::error_code error;
-  return std::filesystem::is_empty(duckdb_c::PathOf(inFolder), error) ||
-         duckdb_c::InspectFile(MarkOf(inFolder)).mKind == duckdb_c::FileKind::kFile;
+  return duckdb_c::InspectFile(MarkOf(inFolder)).mKind == duckdb_c::FileKind::kFile;
 }
 
 }  // namespace lumora

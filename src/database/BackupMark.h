@@ -14,7 +14,6 @@ namespace lumora {
 void BeginBackup(std::string const& inFolder);
 void EndBackup(std::string const& inFolder);
 
-// An empty folder is one, too.
 bool IsUnfinishedBackup(std::string const& inFolder);
 
 }  // namespace lumora

@@ -131,15 +131,6 @@ TEST_F(RestoreDatabase, RefusesABackupThatWasCutShort) {
   EXPECT_THAT(mFolder.Names(), UnorderedElementsAre("a.db", "backups"));
 }
 
-// The process was killed before the first file was made.
-TEST_F(RestoreDatabase, RefusesAnEmptyFolderAsABackupThatWasCutShort) {
-  std::string const empty = mFolder.At("empty");
-  fs::create_directory(empty);
-  EXPECT_EQ(ThrownByRestore("new.db", empty),
-            DuckDBError("new.db", "The backup was cut short and cannot be restored"));
-  EXPECT_THAT(mFolder.Names(), UnorderedElementsAre("empty"));
-}
-
 TEST_F(RestoreDatabase, RefusesWhatAFailedExportLeft) {
   Database const database = Created("a.db");
   Run(database, "CREATE TABLE t AS SELECT range AS a FROM range(9)");
