@@ -171,8 +171,12 @@ fetch_source() {
     echo "setup: fetching the source of $name $version"
     new_work_folder
     mkdir -p "$work/lists/partial" "$work/cache/archives/partial"
-    echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] http://deb.debian.org/debian bookworm main" \
-        >"$work/sources.list"
+    # From where the machine takes its binary packages.
+    local mirror
+    mirror="$(apt-get indextargets --format '$(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' |
+        awk '$2 == "bookworm" && $3 == "main" && !found { print $1; found = 1 }')"
+    [ -n "$mirror" ] || fail "apt-get knows no place of Debian's packages"
+    echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror bookworm main" >"$work/sources.list"
     local apt=(apt-get -q -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=-
         -o Dir::State::Lists="$work/lists" -o Dir::Cache="$work/cache" -o APT::Sandbox::User="$(id -un)")
     "${apt[@]}" update >/dev/null || fail "apt-get could not read Debian's list of source packages: check the network"
