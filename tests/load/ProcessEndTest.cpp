@@ -65,20 +65,24 @@ void CountAtTheEnd() {
   });
 }
 
-int EarlyJob(Arguments const& inPaths) {
+template <typename TGetHost>
+int EndWith(Arguments const& inPaths, TGetHost inGetHost) {
   CountAtTheEnd();
   Load();
-  Use(gHost, inPaths);
+  Use(inGetHost(), inPaths);
   std::exit(0);
+}
+
+int EarlyJob(Arguments const& inPaths) {
+  return EndWith(inPaths, []() -> HostState& { return gHost; });
 }
 ChildJob const gEarlyJob("end-with-databases-in-early-statics", EarlyJob);
 
 int LateJob(Arguments const& inPaths) {
-  CountAtTheEnd();
-  Load();
-  static HostState host;
-  Use(host, inPaths);
-  std::exit(0);
+  return EndWith(inPaths, []() -> HostState& {
+    static HostState host;
+    return host;
+  });
 }
 ChildJob const gLateJob("end-with-databases-in-late-statics", LateJob);
 
