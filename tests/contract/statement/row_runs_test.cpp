@@ -148,7 +148,7 @@ TEST_F(RowRuns, TakeEachDefaultThatIsToBeCalledForEachRow) {
   Run(mDatabase, "CREATE SEQUENCE q");
   Run(mDatabase,
       "CREATE TABLE d(i INTEGER, s VARCHAR, n INTEGER DEFAULT nextval('q'), "
-      "m TIMESTAMPTZ DEFAULT now())");
+      "m BIGINT DEFAULT txid_current())");
   EXPECT_EQ(Batches([&] { Execute(PlainRows(kRows), "INSERT INTO d(i, s) VALUES (?, ?)"); }), 0U);
   EXPECT_EQ(Number("SELECT count(*) FROM d WHERE n = i + 1"), kRows);
   EXPECT_EQ(Number("SELECT count(DISTINCT m) FROM d"), kRows);

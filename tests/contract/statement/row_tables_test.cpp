@@ -47,8 +47,9 @@ Change const kChanges[] = {
      LUMORA_ALL_ROWS " AND sum(c) = 840 FROM t"},
     {"AColumnWithASequence", "ALTER TABLE t ADD COLUMN c INTEGER DEFAULT nextval('q')", kNamed,
      LUMORA_ALL_ROWS " AND count(DISTINCT c) = 120 FROM t"},
-    // Those that were there share one moment, and each row after them has its own.
-    {"AColumnWithTheTime", "ALTER TABLE t ADD COLUMN c TIMESTAMPTZ DEFAULT now()", kNamed,
+    // Those that were there share one transaction, and each row after them has its own.
+    {"AColumnWithTheTransaction", "ALTER TABLE t ADD COLUMN c BIGINT DEFAULT txid_current()",
+     kNamed,
      LUMORA_ALL_ROWS
      " AND (SELECT count(*) <= 1 AND coalesce(bool_and(last = n - 1), true) FROM "
      "(SELECT count(*) AS n, max(i) AS last FROM t GROUP BY c HAVING count(*) > 1)) FROM t"},
