@@ -1,11 +1,11 @@
 // Many threads, each with database objects of its own, on the same and on different files.
 #include <array>
 #include <atomic>
-#include <barrier>
 #include <filesystem>
 #include <thread>
 #include <vector>
 
+#include "support/Barrier.h"
 #include "support/ChildProcess.h"
 #include "support/DatabaseTest.h"
 #include "support/ProcessCounts.h"
@@ -167,20 +167,20 @@ TEST_F(DatabaseThreads, WorkWithoutAnEngineLock) {
 
 TEST_F(DatabaseThreads, CountEveryObjectOnAFileExactly) {
   constexpr int kObjects = 3;
-  std::barrier everyone(kThreads);
+  Barrier everyone(kThreads);
   for (bool const withLock : {true, false}) {
     HostMutex const host(withLock ? tarn::GetGlobalEngineLock() : nullptr);
     OnThreads(kThreads, [&](int) {
       std::array<Database, kObjects> databases;
       for (int round = 0; round < Rounds(10, 5); ++round) {
         for (Database& database : databases) database = Opened("keep.db");
-        everyone.arrive_and_wait();
+        everyone.ArriveAndWait();
         EXPECT_EQ(databases[0]->get_ConnectionCount(), std::uint32_t{kThreads * kObjects});
-        everyone.arrive_and_wait();
+        everyone.ArriveAndWait();
         for (Database& database : databases) database.reset();
-        everyone.arrive_and_wait();
+        everyone.ArriveAndWait();
         EXPECT_EQ(At("keep.db")->get_ConnectionCount(), 0U);
-        everyone.arrive_and_wait();
+        everyone.ArriveAndWait();
       }
     });
   }
@@ -198,13 +198,13 @@ TEST_F(DatabaseThreads, MayReleaseChildrenWhileTheDatabaseIsClosedElsewhere) {
     auto result = database->Execute(Wide("SELECT 1; SELECT 2"), 2, nullptr);
     auto server = database->ExecuteQuery(Wide("SELECT * FROM range(5000)"), 2, nullptr);
     auto client = database->ExecuteQuery(Wide("SELECT * FROM range(10)"), 1, nullptr);
-    std::barrier start(2);
+    Barrier start(2);
     std::thread closing([&] {
-      start.arrive_and_wait();
+      start.ArriveAndWait();
       if (round % 2 == 0) database->Close();
       database.reset();
     });
-    start.arrive_and_wait();
+    start.ArriveAndWait();
     Thrown const thrown = ThrownBy([&] { (void)server->NextRecord(); });
     if (thrown != Thrown{}) EXPECT_EQ(thrown.mText2, "DuckDBCursor is invalid");
     (void)statement->get_Database();

@@ -1,10 +1,6 @@
 #if defined(_WIN32)
 
-#define WIN32_LEAN_AND_MEAN
-#if !defined(NOMINMAX)
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include "support/windows/WindowsApi.h"
 
 #include <atomic>
 #include <filesystem>

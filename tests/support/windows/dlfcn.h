@@ -1,10 +1,6 @@
 #pragma once
 
-#define WIN32_LEAN_AND_MEAN
-#if !defined(NOMINMAX)
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include "support/windows/WindowsApi.h"
 
 #include <string>
 
