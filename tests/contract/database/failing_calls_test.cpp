@@ -20,7 +20,9 @@ Thrown OpenError(std::string const& inMessage) { return {"xException", 0x99000, 
 class FailingCalls : public DatabaseTest {
  protected:
   FailingCalls() {
-    // The library keeps some handles and threads of its own from the first use on.
+    // The library keeps some handles and threads of its own from the first use on, and on Windows
+    // the framework a thread from the first trace on.
+    SCOPED_TRACE("first use");
     Database const database = InMemory();
     database->put_Settings({});
     database->Create();
