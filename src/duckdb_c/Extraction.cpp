@@ -56,12 +56,22 @@ class SourceTable {
   std::unordered_map<duckdb_extracted_statements, Source> mSources;
 };
 
+// Hazard: an IMPORT DATABASE stands for the statements of its files, and for none when those are
+// empty. Beside a statement that stands for two, the number of pieces is right and their order is
+// not.
+bool MayStandForNone(std::string_view inText) {
+  constexpr std::string_view kWord = "import";
+  return std::search(inText.begin(), inText.end(), kWord.begin(), kWord.end(),
+                     [](char inChar, char inLower) { return (inChar | 0x20) == inLower; }) !=
+         inText.end();
+}
+
 // One piece for each statement. DuckDB expands some statements into several (a PIVOT without its
 // list of values); then each piece is extracted on its own to learn how many it stands for.
 std::vector<SqlPiece> AssignPieces(duckdb_connection inConnection, std::string_view inText,
                                    idx_t inCount) {
   std::vector<SqlPiece> pieces = SplitSql(inText);
-  if (pieces.size() == inCount) return pieces;
+  if (pieces.size() == inCount && (inCount == 1 || !MayStandForNone(inText))) return pieces;
   std::vector<SqlPiece> assigned;
   for (const SqlPiece piece : pieces) {
     ExtractedHandle alone;

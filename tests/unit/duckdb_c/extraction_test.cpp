@@ -11,6 +11,7 @@
 #include "duckdb_c/SqlSplitter.h"
 #include "duckdb_c/duckdb_completion.h"
 #include "support/Seed.h"
+#include "support/TempFolder.h"
 
 namespace lumora::duckdb_c::test {
 namespace {
@@ -90,6 +91,33 @@ TEST(Extraction, AnExpandedStatementAnswersItsTextForEachPart) {
   EXPECT_EQ(SqlOf(extraction, 1), "PIVOT t ON a USING sum(b)");
   EXPECT_EQ(SqlOf(extraction, 2), "PIVOT t ON a USING sum(b)");
   EXPECT_EQ(SqlOf(extraction, 3), "SELECT 2");
+}
+
+// Two statements for one piece and none for another: the numbers agree by chance.
+TEST(Extraction, AStatementThatStandsForNoneTakesNoOthersText) {
+  TestConnection const& connection = SharedConnection();
+  lumora::test::TempFolder const folder;
+  folder.Write("schema.sql", "");
+  folder.Write("load.sql", "");
+  for (char const* const import : {"IMPORT DATABASE '", "import database '"}) {
+    const Extraction extraction =
+        ExtractStatements(connection.get(), import + folder.get_Path().generic_string() +
+                                                "'; SELECT 1; SELECT 2; PIVOT t ON a USING sum(b)");
+    ASSERT_EQ(extraction.mCount, 4U);
+    EXPECT_EQ(SqlOf(extraction, 0), "SELECT 1");
+    EXPECT_EQ(SqlOf(extraction, 1), "SELECT 2");
+    EXPECT_EQ(SqlOf(extraction, 2), "PIVOT t ON a USING sum(b)");
+    EXPECT_EQ(SqlOf(extraction, 3), "PIVOT t ON a USING sum(b)");
+  }
+}
+
+TEST(Extraction, AWordLikeImportChangesNothing) {
+  TestConnection const& connection = SharedConnection();
+  const Extraction extraction =
+      ExtractStatements(connection.get(), "SELECT 'important'; SELECT 2 AS import");
+  ASSERT_EQ(extraction.mCount, 2U);
+  EXPECT_EQ(SqlOf(extraction, 0), "SELECT 'important'");
+  EXPECT_EQ(SqlOf(extraction, 1), "SELECT 2 AS import");
 }
 
 TEST(Extraction, TenMegabytesOfTextComeBackWhole) {
