@@ -36,7 +36,7 @@ SUPPLIED = {
     "duckdb_value_variant_type",
 }
 
-NEWER = {"duckdb_appender_clear"}
+NEWER = {"duckdb_appender_clear", "duckdb_client_context_get_config_option"}
 
 # Functions of our own rooms whose names merely look like DuckDB's.
 OWN = {"duckdb_c", "duckdb_type_name"}

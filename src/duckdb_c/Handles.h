@@ -145,6 +145,7 @@ using VectorHandle = Handle<duckdb_vector, duckdb_destroy_vector>;
 using SelectionHandle = Handle<duckdb_selection_vector, detail::FreeSelection>;
 using TableFunctionHandle = Handle<duckdb_table_function, duckdb_destroy_table_function>;
 using AppenderHandle = Handle<duckdb_appender, detail::DestroyAppender>;
+using ClientContextHandle = Handle<duckdb_client_context, duckdb_destroy_client_context>;
 using ErrorDataHandle = Handle<duckdb_error_data, duckdb_destroy_error_data>;
 using TextHandle = Handle<char*, detail::FreeText>;    // a text that DuckDB allocated
 using BytesHandle = Handle<void*, detail::FreeBytes>;  // bytes that DuckDB allocated

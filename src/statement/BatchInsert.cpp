@@ -82,11 +82,15 @@ struct Questions {
   bool mKeysAndIndexes = true;
 };
 
+std::string WhereIsTable(ParameterInsert const& inInsert) {
+  return " WHERE system.main.lower(table_name) = system.main.lower(" +
+         Quoted(inInsert.mName.back(), '\'') + ")";
+}
+
 // The catalog's functions know names without their schema alone, so what they tell may be of more
 // tables than the one: then a batch is run less often, never wrongly.
 std::string FactsSql(ParameterInsert const& inInsert, Questions const& inQuestions) {
-  std::string const isTable = " WHERE system.main.lower(table_name) = system.main.lower(" +
-                              Quoted(inInsert.mName.back(), '\'') + ")";
+  std::string const isTable = WhereIsTable(inInsert);
   std::string sql =
       "SELECT constraint_type, coalesce(expression, ''), '', '', ''"
       " FROM system.main.duckdb_constraints()" +
@@ -222,7 +226,7 @@ BatchInsert::Outcome BatchInsert::Run(duckdb_connection inConnection, RowBatch c
 // Hazard: BEGIN in a transaction aborts it, and DuckDB tells nowhere whether there is one. Remedy:
 // two queries of one transaction are of one moment. Two of their own are not; should the clock be
 // set back by just that much, the batch is merely held to what cannot fail.
-BatchInsert::Transaction BatchInsert::FindTransaction(duckdb_connection inConnection) {
+BatchInsert::Transaction BatchInsert::FindTransaction(duckdb_connection inConnection) const {
   std::string moment;
   int databases = 0;
   bool isFit = true;
@@ -237,9 +241,32 @@ BatchInsert::Transaction BatchInsert::FindTransaction(duckdb_connection inConnec
       !ForEachRow(inConnection, kNow, error, [&](Row const& inRow) { later = inRow[0]; })) {
     return Transaction::kUnfit;
   }
-  if (moment != later) return Transaction::kOwn;
+  bool const isHosts = moment == later;
   // A look at the catalog would fix the moment that the transaction sees of every database.
-  return databases == 1 ? Transaction::kHosts : Transaction::kUnfit;
+  if ((isHosts && databases != 1) || !IsOneTable(inConnection)) return Transaction::kUnfit;
+  return isHosts ? Transaction::kHosts : Transaction::kOwn;
+}
+
+// Hazard: a text finds a temporary table before any other of its name, but a statement that was
+// prepared before there was one keeps to the other, and DuckDB does not tell which one it has.
+// Remedy: rows go one by one where there are both. Only this connection makes its temporary tables.
+bool BatchInsert::IsOneTable(duckdb_connection inConnection) const {
+  constexpr std::size_t kWhole = 3;
+  if (mInsert.mName.size() == kWhole) return true;
+  std::string const look = "FROM temp.main." + Quoted(mInsert.mName.back(), '"');
+  duckdb_c::PreparedHandle temporary;
+  if (duckdb_prepare(inConnection, look.c_str(), temporary.out()) != DuckDBSuccess) {
+    // Any other reason than that it is not there is none to be sure.
+    std::string const text = duckdb_c::TextOr(duckdb_prepare_error(temporary.get()), "");
+    return text.find("Catalog") != text.npos;
+  }
+  bool isOne = true;
+  std::string error;
+  return ForEachRow(inConnection,
+                    "SELECT CAST(temporary AS VARCHAR) FROM system.main.duckdb_tables()" +
+                        WhereIsTable(mInsert),
+                    error, [&](Row const& inRow) { isOne = isOne && inRow[0] == "true"; }) &&
+         isOne;
 }
 
 bool BatchInsert::IsFit(duckdb_connection inConnection, RowBatch const& inRows) {

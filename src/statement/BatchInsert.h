@@ -39,7 +39,8 @@ class BatchInsert {
  private:
   enum class Transaction { kUnknown, kOwn, kHosts, kUnfit };
 
-  static Transaction FindTransaction(duckdb_connection inConnection);
+  Transaction FindTransaction(duckdb_connection inConnection) const;
+  bool IsOneTable(duckdb_connection inConnection) const;
   bool IsFit(duckdb_connection inConnection, RowBatch const& inRows);
   Outcome RunOwn(duckdb_connection inConnection, RowBatch const& inRows, std::uint32_t inFirst,
                  std::uint32_t inCount);

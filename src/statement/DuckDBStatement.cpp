@@ -138,6 +138,7 @@ void DuckDBStatement::PreparePiece() {
   TakeCurrentSql();
   auto const connection = get_Connection();
   mSpentCount = mNextIndex + 1;
+  mParameterTypes = nullptr;
   if (duckdb_prepare_extracted_statement(connection->get(), mExtracted.get(), mNextIndex,
                                          mPrepared.out()) != DuckDBSuccess) {
     std::string const message = TextOr(duckdb_prepare_error(mPrepared.get()), text::kPrepare);
@@ -146,7 +147,7 @@ void DuckDBStatement::PreparePiece() {
     lumora::ThrowError(mDatabase, message);
   }
   mParameterTypes = std::make_shared<lumora::ParameterTypes const>(
-      mPrepared.get(), StFromUTF16(mCurrentSql, GetConverter_UTF8()));
+      connection->get(), mPrepared.get(), StFromUTF16(mCurrentSql, GetConverter_UTF8()));
   BindCurrentParameters();
   ++mNextIndex;
 }
@@ -197,8 +198,18 @@ void DuckDBStatement::BindParameterRows(smart_ptr<ValueRows> inRows) {
   mParameterRows = std::move(inRows);
 }
 
+// Hazard: a prepared INSERT keeps to its table after USE and SET search_path, until DuckDB has a
+// reason to bind it again; a value of another type than its column's is one. Remedy: from then on
+// values keep their own types and rows go one by one, so that each goes where DuckDB sends it.
+void DuckDBStatement::DropOutdatedTypes() {
+  if (!mPrepared || !mDatabase || !mParameterTypes) return;
+  auto const connection = mDatabase->get_Connection();
+  if (!connection || !mParameterTypes->AreCurrent(connection->get())) mParameterTypes = nullptr;
+}
+
 void DuckDBStatement::BindCurrentParameters() {
   smart_ptr<ValueRow> const row = mCurrentParameters;
+  DropOutdatedTypes();
   lumora::BindRow(mPrepared, row.get(), mDatabase, mParameterTypes);
 }
 

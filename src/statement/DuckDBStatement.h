@@ -77,6 +77,7 @@ class DuckDBStatement final : public I_DuckDBStatement,
   void ExecuteAllRecorded(DuckDBExecutionResult& ioRecord);
 
   void BindCurrentParameters();
+  void DropOutdatedTypes();
 
   // The execution step. outRowsChanged may be null.
   void Run(std::uint64_t* outRowsChanged);
@@ -100,7 +101,7 @@ class DuckDBStatement final : public I_DuckDBStatement,
   std::uint64_t mSpentCount = 0;
   bool mFinished = false;
   lumora::duckdb_c::PreparedHandle mPrepared;
-  std::shared_ptr<lumora::ParameterTypes const> mParameterTypes;
+  std::shared_ptr<lumora::ParameterTypes const> mParameterTypes;  // null: each value has its own
   lumora::duckdb_c::ResultHandle mLastResult;
 };
 

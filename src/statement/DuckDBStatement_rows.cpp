@@ -16,6 +16,8 @@ class DuckDBStatement::RowRunner final : public lumora::I_RowRunner {
   // Null when the rows are not such as can be inserted many at once.
   std::optional<lumora::RowCollector> MakeCollector(std::uint32_t inRows) {
     if (!mStatement.mPrepared || inRows < lumora::RowCollector::kFewestRows) return std::nullopt;
+    mStatement.DropOutdatedTypes();
+    if (!mStatement.mParameterTypes) return std::nullopt;
     if (duckdb_prepared_statement_type(mStatement.mPrepared.get()) !=
         DUCKDB_STATEMENT_TYPE_INSERT) {
       return std::nullopt;

@@ -1,5 +1,6 @@
 #include "statement/ParameterTypes.h"
 
+#include "duckdb_c/SearchPath.h"
 #include "statement/InsertPattern.h"
 #include "statement/ParameterValue.h"
 
@@ -17,9 +18,11 @@ ValueHandle MakeListOfNull(duckdb_logical_type inType) {
 
 }  // namespace
 
-ParameterTypes::ParameterTypes(duckdb_prepared_statement inPrepared, std::string_view inSql) {
+ParameterTypes::ParameterTypes(duckdb_connection inConnection, duckdb_prepared_statement inPrepared,
+                               std::string_view inSql) {
   if (duckdb_prepared_statement_type(inPrepared) != DUCKDB_STATEMENT_TYPE_INSERT) return;
   if (!IsPlainInsert(inSql)) return;
+  mSearchPath = duckdb_c::GetSearchPath(inConnection);
   mParameters.resize(duckdb_nparams(inPrepared));
   for (idx_t i = 0; i < mParameters.size(); ++i) {
     duckdb_c::LogicalTypeHandle const type(duckdb_param_logical_type(inPrepared, i + 1));
@@ -27,6 +30,11 @@ ParameterTypes::ParameterTypes(duckdb_prepared_statement inPrepared, std::string
     if (id == 0) continue;
     mParameters[i] = {id, MakeListOfNull(type.get())};
   }
+}
+
+bool ParameterTypes::AreCurrent(duckdb_connection inConnection) const {
+  if (mParameters.empty()) return true;
+  return mSearchPath && mSearchPath == duckdb_c::GetSearchPath(inConnection);
 }
 
 void ParameterTypes::Read(std::uint32_t inIndex, tarn::I_Value* inValue,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,7 +22,12 @@ class ParameterTypes {
  public:
   ParameterTypes() = default;
   // inSql: the statement's text. Empty (no types) for any statement but a plain INSERT.
-  ParameterTypes(duckdb_prepared_statement inPrepared, std::string_view inSql);
+  ParameterTypes(duckdb_connection inConnection, duckdb_prepared_statement inPrepared,
+                 std::string_view inSql);
+
+  // False when the connection looks for names elsewhere than when the statement was prepared: then
+  // it can be seen whether DuckDB binds the statement again, and its text may mean another table.
+  bool AreCurrent(duckdb_connection inConnection) const;
 
   // The value for the parameter of that 0-based index. Errors: those of ReadParameter.
   void Read(std::uint32_t inIndex, tarn::I_Value* inValue, ParameterCell& outCell) const;
@@ -32,6 +39,7 @@ class ParameterTypes {
     duckdb_c::ValueHandle mNull;  // a list of the type whose one element is NULL
   };
   std::vector<Parameter> mParameters;
+  std::optional<std::string> mSearchPath;
 };
 
 }  // namespace lumora
