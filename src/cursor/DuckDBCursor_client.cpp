@@ -70,7 +70,11 @@ smart_ptr<I_Value> DuckDBCursor_client::get_Value(std::uint32_t inColumnIndex) {
   CheckValid();
   CheckColumnIndex(inColumnIndex);
   if (mCurrentRecord == 0) Fail(errors::kNoCurrentRecord);
-  return (*mRows)[mCurrentRecord - 1]->get_Item(inColumnIndex);
+  // The host has the rows, too, and may have taken some out.
+  ValueRow* const row =
+      mCurrentRecord <= mRows->get_Count() ? (*mRows)[mCurrentRecord - 1] : nullptr;
+  if (!row || inColumnIndex >= row->get_Count()) Fail(errors::kPosition);
+  return row->get_Item(inColumnIndex);
 }
 
 }  // namespace tarn::lsql

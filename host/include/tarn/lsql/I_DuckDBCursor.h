@@ -52,7 +52,7 @@ class LSHARED_API I_DuckDBCursor : public I_Unknown {
   // The value of the current record. Errors: "inColumnIndex is out of bounds",
   // "No current record." (client), "Data is not available. Use NextRecord() to fetch data."
   // (server, before the first record and past the last). A client cursor answers the same object at
-  // every call, a server cursor a new one.
+  // every call, a server cursor a new one. "Current position is out of bounds": docs/errors.md.
   virtual smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) = 0;
 
   // Gives DuckDB's result up and leaves the database. May be called again.

@@ -17,7 +17,7 @@ class LSHARED_API I_DuckDBExtension : public I_Unknown {
   virtual char const* get_LibraryVersion() = 0;
   // A new, closed database object. A null location: xDBError 0x51501.
   virtual smart_ptr<I_DuckDBDatabase> CreateDatabase(smart_ptr<I_Location> inLocation) = 0;
-  // All rows of a client-side cursor; null for any other cursor and for null.
+  // The rows of a client-side cursor, its own ones; null for any other cursor and for null.
   virtual smart_ptr<ValueRows> get_CursorRows(smart_ptr<I_DuckDBCursor> inCursor) = 0;
   virtual bool get_IsClientCursor(smart_ptr<I_DuckDBCursor> inCursor) = 0;
   // Some database object of this process has the database of that key (or path) open.
