@@ -31,6 +31,7 @@ class FakeDatabase final : public tarn::lsql::I_DuckDBDatabase, public I_Databas
   std::vector<tarn::lsql::I_DuckDBStatement*> mStatements;
   bool mIsClosingChildren = false;
   bool mIsDying = false;  // get_Self answers null
+  std::string mPath = "fake.duckdb";
   // Called with each cursor that leaves its list, while it is whole.
   std::function<void(tarn::lsql::I_DuckDBCursor&)> mOnUnregister;
 
@@ -49,7 +50,7 @@ class FakeDatabase final : public tarn::lsql::I_DuckDBDatabase, public I_Databas
   bool get_Exists() override;
   bool get_IsOpen() override { return true; }
   bool get_IsReadOnly() override { return false; }
-  tarn::String get_Path() override { return tarn::String("fake.duckdb"); }
+  tarn::String get_Path() override { return tarn::String(mPath.c_str()); }
   tarn::String get_Key() override { return tarn::String("fake.duckdb"); }
   void SetRemoteAccess(tarn::String, tarn::String) override;
   void put_StorageVersion(tarn::String) override;

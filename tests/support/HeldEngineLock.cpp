@@ -1,0 +1,33 @@
+#include "support/HeldEngineLock.h"
+
+#include <atomic>
+#include <thread>
+
+#include "tarn/EngineLock.h"
+
+namespace lumora::test {
+
+UnderHeldLock RunUnderHeldLock(std::function<void()> const& inOperation) {
+  tarn::Thread_Mutex_Win mutex;
+  tarn::Thread_Mutex_Win* const before = tarn::SetGlobalEngineLock(&mutex);
+  mutex.lock();
+  std::atomic<bool> isDone{false};
+  std::thread thread([&] {
+    inOperation();
+    isDone = true;
+  });
+  // The mutex has no try; an operation that goes on is done long before.
+  for (int i = 0; i < 20000 && !isDone; ++i) std::this_thread::yield();
+  UnderHeldLock const what = isDone ? UnderHeldLock::kGoesOn : UnderHeldLock::kWaits;
+  mutex.unlock();
+  thread.join();
+  tarn::SetGlobalEngineLock(before);
+  return what;
+}
+
+bool get_IsMarkedAsHolding() {
+  bool const* const cell = tarn::gIsGlobalLockTaken.get();
+  return cell && *cell;
+}
+
+}  // namespace lumora::test
