@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "cursor/ValueConversion.h"
+#include "duckdb_c/ValueText.h"
+#include "tarn/Converter.h"
 
 namespace lumora {
 
@@ -109,8 +111,12 @@ NewValue ReadEnum(ColumnData& ioColumn, idx_t inRow) {
   if (index >= ioColumn.mLabels.size()) return ReadByDefinition(ioColumn, inRow);
   std::optional<tarn::String>& label = ioColumn.mLabels[index];
   if (!label) {
-    duckdb_c::TextHandle const text(duckdb_enum_dictionary_value(ioColumn.mEnum.get(), index));
-    label.emplace(text.get());
+    // Not duckdb_enum_dictionary_value, whose text ends at a NUL character.
+    duckdb_c::ValueHandle const value(duckdb_create_enum_value(ioColumn.mEnum.get(), index));
+    auto const text = duckdb_c::GetValueText(value.get());
+    if (!value || !text) return ReadByDefinition(ioColumn, inRow);
+    label.emplace(tarn::StToUTF16(text->data(), static_cast<std::int64_t>(text->size()),
+                                  tarn::GetConverter_UTF8()));
   }
   return MakeStringValue(tarn::String(*label)).detach();
 }

@@ -64,7 +64,7 @@ ValuePtr MakeStringValue(std::string_view inText);
 ValuePtr MakeBlobValue(void const* inBytes, idx_t inSize);
 
 ValuePtr MakeDateValue(duckdb_date inDate);
-// To the millisecond; what is below is dropped.
+// To the millisecond; what is below is dropped. The timestamp has parts (duckdb_c/Timestamps.h).
 ValuePtr MakeDateTimeValue(duckdb_timestamp inTimestamp);
 
 }  // namespace lumora

@@ -3,14 +3,18 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cstddef>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "cursor/CursorErrors.h"
+#include "cursor/TextFormat.h"
 #include "cursor/VariantEnvelope.h"
 #include "duckdb_c/CellValues.h"
 #include "duckdb_c/Handles.h"
+#include "duckdb_c/Timestamps.h"
 #include "duckdb_c/ValueText.h"
 #include "duckdb_c/VariantReader.h"
 #include "duckdb_c/VariantValue.h"
@@ -90,6 +94,24 @@ ValuePtr Envelope(duckdb_value inChild, std::uint32_t inCode) {
   return MakeVariantEnvelope(VariantTypeName(inCode), TextOf(inChild));
 }
 
+// A TIMESTAMP_MS without parts for a DateTime (the infinities, and what lies before DuckDB's first
+// day) is an envelope. DuckDB cannot be asked for its text: that call, too, lets an exception out.
+ValuePtr DateTime(duckdb_value inChild, std::uint32_t inCode) {
+  if (duckdb_c::GetValueTypeId(inChild) == DUCKDB_TYPE_TIMESTAMP_MS) {
+    constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max() / 1000;
+    duckdb_timestamp_ms const stamp = duckdb_get_timestamp_ms(inChild);
+    bool const fits = stamp.millis >= -kGreatest && stamp.millis <= kGreatest;
+    if (!fits || !duckdb_c::HasParts({stamp.millis * 1000})) {
+      char text[text_format::kTextCapacity];
+      char const* const end = text_format::FormatTimestampMs(stamp, text);
+      if (!end) ThrowUnreadable();
+      return MakeVariantEnvelope(VariantTypeName(inCode),
+                                 std::string_view(text, static_cast<std::size_t>(end - text)));
+    }
+  }
+  return MakeDateTimeValue(duckdb_get_timestamp(inChild));
+}
+
 // By variant type code; what is not listed, and every code past the end, is an envelope.
 constexpr auto kVariantConversions = [] {
   std::array<VariantConversion, duckdb_c::kVariantCodeCount> table{};
@@ -114,7 +136,7 @@ constexpr auto kVariantConversions = [] {
   set(kVarchar, Typed<Text>);
   set(kBlob, Typed<Blob>);
   set(kDate, Typed<Scalar<MakeDateValue, duckdb_get_date>>);
-  set(kTimestampMilis, Typed<Scalar<MakeDateTimeValue, duckdb_get_timestamp>>);
+  set(kTimestampMilis, DateTime);
   return table;
 }();
 

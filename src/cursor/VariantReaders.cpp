@@ -46,8 +46,8 @@ NewValue Blob(ColumnData&, idx_t, VariantCell const& inCell) {
 NewValue NewDate(duckdb_date inDate) { return MakeDateValue(inDate).detach(); }
 
 NewValue DateTimeOfMillis(ColumnData& ioColumn, idx_t inRow, VariantCell const& inCell) {
-  // A VARIANT keeps milliseconds as DuckDB does in memory; far from 1970 the microseconds overflow
-  // and DuckDB's own cast has to say what becomes of them.
+  // A VARIANT keeps milliseconds as DuckDB does in memory; far from 1970 the microseconds overflow,
+  // which is for the definition to deal with.
   constexpr std::int64_t kSafe = std::int64_t{1} << 52;
   auto const millis = inCell.As<std::int64_t>();
   if (inCell.mBytes.size() != sizeof millis || millis < -kSafe || millis > kSafe) {

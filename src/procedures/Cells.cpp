@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "duckdb_c/Handles.h"
+#include "duckdb_c/Timestamps.h"
 #include "procedures/HostApi.h"
 #include "procedures/PackedTime.h"
 
@@ -42,8 +43,7 @@ lumora_value ReadReal(void* inContext, CellColumn const& inColumn, idx_t inRow) 
 
 lumora_value ReadTimestamp(void* inContext, CellColumn const& inColumn, idx_t inRow) {
   duckdb_timestamp const timestamp{Load<std::int64_t>(inColumn, inRow)};
-  // Hazard: for an infinity DuckDB lets an exception out of a C function. It has no parts anyway.
-  if (!duckdb_is_finite_timestamp(timestamp)) return nullptr;
+  if (!duckdb_c::HasParts(timestamp)) return nullptr;
   return host_api::value_new_datetime(inContext, PackDateTime(duckdb_from_timestamp(timestamp)));
 }
 

@@ -50,6 +50,7 @@ constexpr VariantCase kOthers[] = {
     {"'1969-07-20 20:17:40'::TIMESTAMP_S", "TIMESTAMP_SEC", true},
     {"'2024-01-15 12:34:56.789'::TIMESTAMP_MS", "DateTime", false},
     {"'1969-12-31 23:59:59.999'::TIMESTAMP_MS", "DateTime", false},
+    {"'infinity'::TIMESTAMP_MS", "TIMESTAMP_MILIS", true},
     {"TIMESTAMP '2024-01-15 12:34:56.789012'", "TIMESTAMP_MICROS", true},
     {"TIMESTAMP '0044-03-15 (BC) 10:00:00'", "TIMESTAMP_MICROS", true},
     {"'infinity'::TIMESTAMP", "TIMESTAMP_MICROS", true},

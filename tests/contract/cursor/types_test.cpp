@@ -32,8 +32,9 @@ not what it writes. To write it anew:
   of up to 15 digits is what it was; a wider one is what SQL makes of it by way of a DOUBLE.
 - The host cannot see whether a Short was a TINYINT or a SMALLINT.
 - A DATE, TIME or TIMESTAMP of a plain column is text, and so are 128-bit integers.
-- A DateTime (a VARIANT's TIMESTAMP_MS) ends at milliseconds. The infinite dates and date-times of
-  a VARIANT have no place in a Date or DateTime, and are not bound back.
+- A DateTime (a VARIANT's TIMESTAMP_MS) ends at milliseconds. One of a VARIANT that has no
+  date and time (the infinities) travels in an envelope. The infinite dates of a VARIANT are the
+  days at the ends of DuckDB's calendar, and are not bound back.
 - A VARIANT of a kind that the host has (the table below) is bound back as that kind; into a VARIANT
   column it comes as what it was.
 - A VARIANT's OBJECT or ARRAY travels as JSON. Inner values come back as JSON reads them; the last

@@ -102,6 +102,28 @@ TEST_F(VariantCells, KeepTheMillisecondsOfADateTimeAndDropWhatIsBelow) {
   EXPECT_EQ(Describe(FirstRow("SELECT DATE '2024-01-15'::VARIANT")[0]), "Date 2024-1-15");
 }
 
+// A DateTime cannot hold them. DuckDB makes no other VARIANT of that kind.
+TEST_F(VariantCells, WithMillisecondsThatHaveNoDateAndTimeAreEnvelopes) {
+  std::pair<std::string, std::string> const cells[] = {
+      {"'infinity'::TIMESTAMP_MS", "infinity"},
+      {"'-infinity'::TIMESTAMP_MS", "-infinity"},
+  };
+  for (auto const& [cell, text] : cells) {
+    for (std::uint32_t const kind : {1U, 2U}) {
+      auto const value = FirstRow("SELECT (" + cell + ")::VARIANT", kind)[0];
+      EXPECT_EQ(Describe(value),
+                R"(JSON '{"duckdb_variant":true,"variant_type":"TIMESTAMP_MILIS","value":")" +
+                    text + R"("}')");
+    }
+  }
+  EXPECT_EQ(
+      Describe(FirstRow("SELECT make_timestamp(-9223372022400000000)::TIMESTAMP_MS::VARIANT")[0]),
+      "DateTime -290308-12-22 0:0:0.000");
+  EXPECT_EQ(
+      Describe(FirstRow("SELECT make_timestamp(9223372036854775000)::TIMESTAMP_MS::VARIANT")[0]),
+      "DateTime 294247-1-10 4:0:54.775");
+}
+
 TEST_F(VariantCells, AreTheExactEnvelopeBytes) {
   EXPECT_EQ(Utf8(FirstRow("SELECT (-7)::TINYINT::VARIANT")[0]->get_String()),
             R"({"duckdb_variant":true,"variant_type":"INT8","value":"-7"})");

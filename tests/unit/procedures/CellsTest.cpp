@@ -182,5 +182,18 @@ TEST_F(Cells, ThatAreInfiniteTimestampsAreNullAndInfiniteDatesAreNot) {
   EXPECT_NE(Read(0), nullptr);
 }
 
+// DuckDB makes them and cannot take them apart.
+TEST_F(Cells, ThatAreTimestampsBeforeDuckDBsFirstDayAreNull) {
+  Query(
+      "SELECT make_timestamp(x) FROM (VALUES (-9223372036854775806), (-9223372022400000001), "
+      "(-9223372022400000000), (9223372036854775806)) t(x)");
+  EXPECT_EQ(Read(0), nullptr);
+  EXPECT_EQ(Read(1), nullptr);
+  ASSERT_NE(Read(2), nullptr);
+  EXPECT_EQ(Read(2)->mBits >> 32, (static_cast<std::uint32_t>(-290308) << 9) | 12U << 5 | 22U);
+  ASSERT_NE(Read(3), nullptr);
+  EXPECT_EQ(Read(3)->mBits >> 32, 294247U << 9 | 1U << 5 | 10U);
+}
+
 }  // namespace
 }  // namespace lumora::procedures
