@@ -94,8 +94,9 @@ std::string Failure(std::function<void()> const& inRead) {
 
 TEST(VariantReading, RefusesNamesThatItDoesNotKnow) {
   for (char const* const name :
-       {"TIMESTAMP_MILLIS", "INT16", "int8", "UUID ", "", "VARIANT_NULL", "BOOL_TRUE", "UNKNOWN",
-        "VARCHAR", "BLOB", "DATE", "FLOAT", "DOUBLE", "Ünknown"}) {
+       {"TIMESTAMP_MILLIS", "int8",  "UUID ",  "",        "Ünknown", "VARIANT_NULL", "BOOL_TRUE",
+        "BOOL_FALSE",       "INT16", "INT32",  "INT64",   "UINT8",   "UINT16",       "UINT32",
+        "UINT64",           "FLOAT", "DOUBLE", "VARCHAR", "BLOB",    "DATE",         "UNKNOWN"}) {
     EXPECT_EQ(Failure([&] { ReadVariant(name, "1"); }),
               std::string("Unsupported DuckDB variant type in envelope: ") + name);
   }
@@ -132,6 +133,13 @@ TEST(VariantReading, RefusesDecimalsThatDuckDBCannotHold) {
   EXPECT_NE(Failure([] { ReadVariant("DECIMAL", "1.abcd"); }), "<nothing thrown>");
   EXPECT_NE(Failure([] { ReadVariant("DECIMAL", ""); }), "<nothing thrown>");
   EXPECT_NE(Failure([] { ReadVariant("DECIMAL", std::string(1 << 20, '1')); }), "<nothing thrown>");
+}
+
+// The digits are counted in 8 bits, and none at all count as one.
+TEST(VariantReading, CountsTheDigitsOfADecimalUpTo255) {
+  EXPECT_EQ(SeenBySql(ReadVariant("DECIMAL", std::string(255, '0') + "7")), "DECIMAL(1,0):7");
+  EXPECT_EQ(SeenBySql(ReadVariant("DECIMAL", std::string(256, '0') + "12")), "DECIMAL(2,0):12");
+  EXPECT_EQ(SeenBySql(ReadVariant("DECIMAL", "0." + std::string(256, '0'))), "DECIMAL(1,0):0");
 }
 
 TEST(VariantReading, RefusesAnInt8WithoutANumberAsTheStandardLibraryDoes) {
