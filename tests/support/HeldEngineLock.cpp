@@ -7,7 +7,7 @@
 
 namespace lumora::test {
 
-UnderHeldLock RunUnderHeldLock(std::function<void()> const& inOperation) {
+UnderHeldLock RunUnderHeldLock(std::function<void()> const& inOperation, UnderHeldLock inExpected) {
   tarn::Thread_Mutex_Win mutex;
   tarn::Thread_Mutex_Win* const before = tarn::SetGlobalEngineLock(&mutex);
   mutex.lock();
@@ -16,8 +16,9 @@ UnderHeldLock RunUnderHeldLock(std::function<void()> const& inOperation) {
     inOperation();
     isDone = true;
   });
-  // The mutex has no try; an operation that goes on is done long before.
-  for (int i = 0; i < 20000 && !isDone; ++i) std::this_thread::yield();
+  // The mutex has no try.
+  int const turns = inExpected == UnderHeldLock::kGoesOn ? 50'000'000 : 5'000;
+  for (int i = 0; i < turns && !isDone; ++i) std::this_thread::yield();
   UnderHeldLock const what = isDone ? UnderHeldLock::kGoesOn : UnderHeldLock::kWaits;
   mutex.unlock();
   thread.join();

@@ -27,7 +27,7 @@ class EngineLock : public test::StatementFixture {
 
   static void ExpectAll(Operations const& inOperations, UnderHeldLock inWhat) {
     for (auto const& [name, operation] : inOperations) {
-      EXPECT_EQ(RunUnderHeldLock(operation), inWhat) << name;
+      EXPECT_EQ(RunUnderHeldLock(operation, inWhat), inWhat) << name;
     }
   }
   tarn::smart_ptr<tarn::lsql::I_DuckDBQueryResult> Result(char const* inSql) {
@@ -92,7 +92,7 @@ TEST_F(EngineLock, IsNeededByAResultForItsNextOneAndItsEndAlone) {
       {{"NextResult", [&] { (void)result->NextResult(); }}, {"Close", [&] { result->Close(); }}},
       UnderHeldLock::kWaits);
   result = Result("SELECT 1");
-  EXPECT_EQ(RunUnderHeldLock([&] { result = nullptr; }), UnderHeldLock::kWaits);
+  ExpectAll({{"the last Release", [&] { result = nullptr; }}}, UnderHeldLock::kWaits);
 }
 
 TEST_F(EngineLock, IsNeededByACursorNeitherToMoveInItsRowsNorToReadThem) {
@@ -110,7 +110,7 @@ TEST_F(EngineLock, IsNeededByACursorNeitherToMoveInItsRowsNorToReadThem) {
         },
         UnderHeldLock::kGoesOn);
     ExpectAll({{"Invalidate", [&] { cursor->Invalidate(); }}}, UnderHeldLock::kWaits);
-    EXPECT_EQ(RunUnderHeldLock([&] { cursor = nullptr; }), UnderHeldLock::kWaits);
+    ExpectAll({{"the last Release", [&] { cursor = nullptr; }}}, UnderHeldLock::kWaits);
   }
   auto const client = tarn::lsql::MakeCursor(&mDatabase, mDatabase.Query("FROM range(3)"), 1);
   ExpectAll(
@@ -127,7 +127,7 @@ TEST_F(EngineLock, IsNeededByACursorNeitherToMoveInItsRowsNorToReadThem) {
 
 TEST_F(EngineLock, IsNeededByAServerCursorForItsNextChunk) {
   auto const cursor = tarn::lsql::MakeCursor(&mDatabase, mDatabase.Query("FROM range(3)"), 2);
-  EXPECT_EQ(RunUnderHeldLock([&] { (void)cursor->NextRecord(); }), UnderHeldLock::kWaits);
+  ExpectAll({{"NextRecord", [&] { (void)cursor->NextRecord(); }}}, UnderHeldLock::kWaits);
 }
 
 TEST_F(EngineLock, IsFreeAfterEveryException) {
