@@ -148,23 +148,21 @@ void DuckDBDatabase::Close() {
   EngineLockGuard const guard(std::nothrow);
   if (!mHandle) return;
   std::exception_ptr const failure = CloseChildren();
-  CloseHandle();
-  mHasSettings = false;
-  mIsReadOnly = false;
-  mOpenDatabases->Leave(mOpenKey);
+  // What a child lets go of may be the host's, and have closed this one meanwhile.
+  if (mHandle) CloseHandle();
   if (failure) std::rethrow_exception(failure);
 }
 
 std::exception_ptr DuckDBDatabase::CloseChildren() {
   std::exception_ptr failure;
-  mIsClosingChildren = true;
+  bool const isInside = std::exchange(mIsClosingChildren, true);
   CloseAll(
       mQueryResults, [](I_DuckDBQueryResult& child) { child.Close(); }, failure);
   CloseAll(
       mCursors, [](I_DuckDBCursor& child) { child.Invalidate(); }, failure);
   CloseAll(
       mStatements, [](I_DuckDBStatement& child) { child.Close(); }, failure);
-  mIsClosingChildren = false;
+  mIsClosingChildren = isInside;
   return failure;
 }
 
@@ -172,6 +170,9 @@ std::exception_ptr DuckDBDatabase::CloseChildren() {
 void DuckDBDatabase::CloseHandle() {
   mConnection.reset();
   mHandle.reset();
+  mHasSettings = false;
+  mIsReadOnly = false;
+  mOpenDatabases->Leave(mOpenKey);
 }
 
 void DuckDBDatabase::Drop() {
@@ -195,10 +196,12 @@ void DuckDBDatabase::Flush() { EngineLockGuard const guard; }
 
 void DuckDBDatabase::UnregisterStatement(I_DuckDBStatement* inStatement) {
   EngineLockGuard const guard;
-  // The registry is being emptied, and this one has left it already.
-  if (mIsClosingChildren) return;
-  CheckOpen();
-  if (!mStatements.Remove(inStatement)) Throw(lumora::kForeignStatement);
+  if (!mStatements.Remove(inStatement)) {
+    // The registry is being emptied, and this one has left it already.
+    if (mIsClosingChildren) return;
+    CheckOpen();
+    Throw(lumora::kForeignStatement);
+  }
   // It must not outlive this database with a pointer to it. Nothing happens when it is the
   // statement itself that leaves.
   inStatement->Close();

@@ -91,9 +91,10 @@ smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::NextResult() {
 
 void DuckDBQueryResult::Close() {
   lumora::EngineLockGuard const guard(std::nothrow);
-  lumora::I_DatabaseLink* const database = std::exchange(mDatabase, nullptr);
-  TakeCursor().reset();
+  // Last to go: what dies with a cursor may be the host's, and the database's last reference.
+  smart_ptr<I_DuckDBCursor> const cursor = TakeCursor();
   ReleaseResults();
+  lumora::I_DatabaseLink* const database = std::exchange(mDatabase, nullptr);
   if (database) database->get_Interface().UnregisterQueryResult(this);
 }
 
