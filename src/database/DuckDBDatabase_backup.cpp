@@ -58,16 +58,17 @@ smart_ptr<I_Location> DuckDBDatabase::PrepareBackup(smart_ptr<I_Location>& ioFol
 }
 
 // Hazard: the export runs without the engine lock, and another thread may close, drop or open this
-// object meanwhile. Remedy: it runs on its own hold of the connection, which keeps the instance and
-// the file's place in the registry of open files; the file cannot be dropped until it is over.
+// object meanwhile, as the host's hooks may before. Remedy: it runs on its own hold of the
+// connection, which keeps the instance and the file's place in the registry of open files; the file
+// cannot be dropped until it is over.
 void DuckDBDatabase::Backup(smart_ptr<I_Location>& ioFolder) {
   std::shared_ptr<lumora::duckdb_c::ConnectionHandle> connection;
   smart_ptr<I_Location> backup;
   {
     EngineLockGuard const guard;
     CheckOpen();
-    backup = PrepareBackup(ioFolder);
     connection = mConnection;
+    backup = PrepareBackup(ioFolder);
   }
   std::string const error = lumora::ExportDatabase(connection->get(), ToUtf8(backup->get_Path()));
   if (!error.empty()) Throw(error);

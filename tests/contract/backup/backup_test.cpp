@@ -67,6 +67,24 @@ TEST_F(Backup, KeepsTheCallersFolderWhenTheServerHasNone) {
   EXPECT_THAT(NamesIn(mFolder.At("wished")), SizeIs(1));
 }
 
+// The export has a hold of its own from the beginning.
+TEST_F(Backup, IsWholeThoughAHookClosesTheDatabase) {
+  MakeFile("a.db");
+  static Database sDatabase;
+  sDatabase = Opened("a.db");
+  tarn::lsql::gCreateBackupLocation = [](smart_ptr<I_Location> inFolder) {
+    sDatabase->Close();
+    return tarn::PrepareFolder(std::move(inFolder), "one/");
+  };
+  smart_ptr<I_Location> folder;
+  sDatabase->Backup(folder);
+  EXPECT_FALSE(sDatabase->get_IsOpen());
+  sDatabase.reset();
+  Database const restored = Restore("b.db", mFolder.At("Backup/one"));
+  restored->Open();
+  EXPECT_EQ(Number(restored, "SELECT sum(a) FROM t"), 1);
+}
+
 TEST_F(Backup, GoesBesideTheDatabaseWhenNobodyNamesAFolder) {
   MakeFile("a.db");
   smart_ptr<I_Location> folder;
