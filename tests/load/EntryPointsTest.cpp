@@ -101,6 +101,25 @@ TEST(EntryPoints, RegisterFiveProceduresWithTheirTexts) {
   EXPECT_EQ(context.mErrors, Names{});
 }
 
+TEST(EntryPoints, InstallTheExtensionObjectBeforeAnyProcedureIsOffered) {
+  LoadedLibrary library;
+  library.Bind();
+  HostContext context;
+  std::vector<bool> installed;
+  context.mBeforeRegister = [&] { installed.push_back(bool(GetDuckDBExtension())); };
+  library.Init(context);
+  EXPECT_EQ(installed, std::vector<bool>(5, true));
+}
+
+TEST(EntryPoints, BindingTakesAnyTableAndTheLastOneCounts) {
+  LoadedLibrary library;
+  library.Bind(nullptr);
+  library.Bind();
+  HostContext context;
+  library.Init(context);
+  EXPECT_EQ(context.mProcedures.size(), 5U);
+}
+
 TEST(EntryPoints, LeaveTheHostTheOnlyReferenceToTheExtensionObject) {
   LoadedLibrary library;
   library.Bind();

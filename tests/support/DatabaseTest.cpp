@@ -6,16 +6,17 @@ namespace lumora::test {
 
 std::ostream& operator<<(std::ostream& ioStream, Thrown const& inThrown) {
   return ioStream << inThrown.mClass << " 0x" << std::hex << inThrown.mCode << std::dec << " ("
-                  << inThrown.mText1 << ", " << inThrown.mText2 << ")";
+                  << inThrown.mText1 << ", " << inThrown.mText2 << ")" << inThrown.mOthers;
 }
 
 Thrown ThrownBy(std::function<void()> const& inOperation) {
   try {
     inOperation();
   } catch (tarn::xException const& error) {
-    return {error.get_Name(), error.get_Code(), Utf8(error.get_Text(0)), Utf8(error.get_Text(1))};
+    return {error.get_Name(), error.get_Code(), Utf8(error.get_Text(0)), Utf8(error.get_Text(1)),
+            Utf8(error.get_Text(2)) + Utf8(error.get_Text(3))};
   } catch (std::runtime_error const& error) {
-    return {"runtime_error", 0, error.what(), ""};
+    return {"runtime_error", 0, error.what()};
   }
   return {};
 }

@@ -18,6 +18,7 @@ struct Thrown {
   std::uint32_t mCode = 0;
   std::string mText1 = {};
   std::string mText2 = {};
+  std::string mOthers = {};  // texts 3 and 4, which no operation gives
 
   friend bool operator==(Thrown const&, Thrown const&) = default;
   friend std::ostream& operator<<(std::ostream& ioStream, Thrown const& inThrown);

@@ -72,6 +72,7 @@ void* MakeInt64(void* ctx, std::int64_t number) {
 std::int32_t RegisterProcedure(void* ctx, ProcedureDef const* def) {
   auto& context = Context<2>(ctx);
   if (def->mReserved1 || def->mReserved2) Stop("a reserved field is not null", 2);
+  if (context.mBeforeRegister) context.mBeforeRegister();
   context.mOffered.emplace_back(def->mName);
   if (context.mRefusedProcedures.count(def->mName) > 0) return 1;
   context.mProcedures.push_back(*def);

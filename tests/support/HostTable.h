@@ -88,6 +88,7 @@ class HostContext {
   std::function<void()> mBeforeValue;     // runs in each value constructor; may throw
   std::function<void()> mBeforeArgCount;  // runs in arg_count; may throw
   std::function<void()> mBeforeText;      // runs in value_get_text; may throw
+  std::function<void()> mBeforeRegister;  // runs in register_procedure
   std::vector<void*> mArgs;               // of the call at hand
 
   std::vector<std::string> mErrors;

@@ -23,7 +23,9 @@ class LoadedLibrary {
   LoadedLibrary(LoadedLibrary const&) = delete;
   LoadedLibrary& operator=(LoadedLibrary const&) = delete;
 
-  void Bind() { Export<void(void (*const*)())>("lumora_extension_bind_api")(HostTable()); }
+  void Bind(void (*const* inTable)() = HostTable()) {
+    Export<void(void (*const*)())>("lumora_extension_bind_api")(inTable);
+  }
   void Init(HostContext& ioContext) { Export<void(void*)>("lumora_extension_init")(&ioContext); }
 
   static bool IsLoaded() {

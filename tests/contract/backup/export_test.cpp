@@ -79,6 +79,26 @@ TEST_F(BackupExport, HasTheRowGroupsAndTheVersionOfItsOptions) {
   EXPECT_NE(layout, copied("snappy.parquet", options));
 }
 
+// DuckDB's own log tells what it was given.
+TEST_F(BackupExport, IsOneStatementThatHoldsThePathAndTheFixedOptions) {
+  Database const database = Created("a.db");
+  tarn::lsql::gCreateBackupLocation = [](smart_ptr<I_Location> inFolder) {
+    return tarn::PrepareFolder(std::move(inFolder), "it's one/");
+  };
+  Run(database, "CALL enable_logging('QueryLog')");
+  smart_ptr<I_Location> folder = LocationAt("backups");
+  database->Backup(folder);
+  auto const cursor = database->ExecuteQuery(
+      Wide("SELECT message FROM duckdb_logs WHERE type = 'QueryLog' AND message LIKE 'EXPORT%'"), 1,
+      nullptr);
+  ASSERT_TRUE(cursor->NextRecord());
+  EXPECT_EQ(Utf8(cursor->get_Value(0)->get_String()),
+            "EXPORT DATABASE '" + mFolder.At("backups") +
+                "/it''s one' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, "
+                "PARQUET_VERSION V2 )");
+  EXPECT_FALSE(cursor->NextRecord());
+}
+
 TEST_F(BackupExport, ThatFailsWithoutATextSaysSoAndLeavesTheMarker) {
   MakeFile("a.db");
   Database const database = Opened("a.db");

@@ -45,6 +45,26 @@ TEST_F(RestoreDatabase, RefusesNullAndMissingLocationsBeforeAnyFileIsTouched) {
   EXPECT_EQ(ValueIn("a.db"), 1);
 }
 
+TEST_F(RestoreDatabase, GivesAnObjectOfOneReferenceAndItsArgumentsBack) {
+  std::string const backup = BackupOf("a.db", 7);
+  auto const target = LocationAt("b.db");
+  auto const source = tarn::CreateLocation(Wide(backup));
+  auto& extension = LoadedExtension::Instance();
+  EXPECT_EQ(extension->RestoreDatabase(target, source)->get_RefsCount(), 1U);
+  EXPECT_EQ(target->get_RefsCount(), 1U);
+  EXPECT_EQ(source->get_RefsCount(), 1U);
+  auto const broken = LocationAt("backups");
+  auto const missing = LocationAt("missing");
+  EXPECT_NE(ThrownBy([&] { (void)extension->RestoreDatabase(target, broken); }), Thrown{});
+  EXPECT_NE(ThrownBy([&] { (void)extension->RestoreDatabase(target, missing); }), Thrown{});
+  EXPECT_NE(ThrownBy([&] { (void)extension->RestoreDatabase(nullptr, source); }), Thrown{});
+  EXPECT_EQ(target->get_RefsCount(), 1U);
+  EXPECT_EQ(broken->get_RefsCount(), 1U);
+  EXPECT_EQ(missing->get_RefsCount(), 1U);
+  EXPECT_EQ(source->get_RefsCount(), 1U);
+  EXPECT_EQ(ValueIn("b.db"), 7);
+}
+
 TEST_F(RestoreDatabase, BringsBackEverythingThatDuckDBHolds) {
   Database const source = At("source.db");
   source->put_StorageVersion(Wide("v1.5.0"));

@@ -38,6 +38,23 @@ TEST_F(Drop, IsRefusedWhileAnotherObjectHasTheFileOpen) {
   EXPECT_THAT(mFolder.Names(), UnorderedElementsAre("link.db", "hard.db"));
 }
 
+TEST_F(Drop, InMemoryIsRefusedWhileAnotherObjectOnTheLocationIsOpen) {
+  auto const location = tarn::CreateLocation(Wide(":memory:"));
+  Database const first = LoadedExtension::Instance()->CreateDatabase(location);
+  Database const second = LoadedExtension::Instance()->CreateDatabase(location);
+  first->Create();
+  Run(first, "CREATE TABLE t AS SELECT 7 AS a");
+  second->Open();
+  Thrown const refused{"xDuckDBError", 0x72501,
+                       ":memory:", "Can not be dropped. 1 connections are alive."};
+  EXPECT_EQ(ThrownBy([&] { second->Drop(); }), refused);
+  EXPECT_FALSE(second->get_IsOpen());
+  EXPECT_EQ(ThrownBy([&] { second->Create(); }), refused);
+  EXPECT_EQ(Number(first, "SELECT a FROM t"), 7);
+  first->Drop();
+  EXPECT_FALSE(first->get_IsOpen());
+}
+
 TEST_F(Drop, OfAnOpenObjectClosesItFirst) {
   Database const database = Created("a.db");
   database->Drop();

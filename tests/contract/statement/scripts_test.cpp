@@ -1,4 +1,5 @@
 #include "support/DatabaseTest.h"
+#include "support/DuckDBCalls.h"
 #include "support/TestValue.h"
 
 // SQL through the database's own operations.
@@ -76,6 +77,29 @@ TEST_F(Scripts, ResultsComeInTheOrderOfTheStatements) {
   result = result->NextResult();
   EXPECT_EQ(result->get_Cursor()->get_RecordCount(), 2U);
   EXPECT_EQ(result->NextResult(), nullptr);
+}
+
+TEST_F(Scripts, RunForTheirEffectAreNotReadAndOfAClientCursorAreReadWhole) {
+  auto const sql = Wide("SELECT * FROM range(5000)");
+  std::uint64_t const before = get_CallCount(Call::kFetchChunk);
+  mDatabase->ExecuteSQL(sql, nullptr);
+  (void)mDatabase->Execute(sql, 2, nullptr);
+  EXPECT_EQ(get_CallCount(Call::kFetchChunk), before);
+  (void)mDatabase->Execute(sql, 1, nullptr);
+  EXPECT_GT(get_CallCount(Call::kFetchChunk), before);
+}
+
+// DuckDB's own log tells what it was given.
+TEST_F(Scripts, TheLibrarysOwnStatementsAreTheFixedOnes) {
+  Run(mDatabase, "CREATE TABLE t(i INTEGER PRIMARY KEY); INSERT INTO t VALUES (1)");
+  Run(mDatabase, "CALL enable_logging('QueryLog')");
+  auto const count = [&](std::string const& inText) {
+    return Number(mDatabase, "SELECT count(*) FROM duckdb_logs WHERE message = '" + inText + "'");
+  };
+  Database const second = Opened("s.db");
+  EXPECT_EQ(count("SET errors_as_json = true;"), 1);
+  EXPECT_NE(Failure("INSERT INTO t VALUES (1); SELECT 2"), Thrown());
+  EXPECT_EQ(count("ROLLBACK"), 1);
 }
 
 TEST_F(Scripts, EveryKindOfStatementRuns) {
