@@ -111,7 +111,7 @@ void DuckDBCursor_imp::Invalidate() {
   EngineLockGuard guard(std::nothrow);
   mIsValid = false;
   if (mDatabase) mListedBy = std::exchange(mDatabase, nullptr);
-  if (mListedBy && mListedBy->get_IsClosingChildren()) mListedBy = nullptr;
+  if (mListedBy && mListedBy->get_IsInvalidatingCursors()) mListedBy = nullptr;
   mResult.reset();
 }
 

@@ -24,9 +24,9 @@ class I_DatabaseLink {
   // another thread cannot free it underneath. Null when the database is closed.
   virtual std::shared_ptr<duckdb_c::ConnectionHandle> get_Connection() = 0;
 
-  // Whether it is closing its children, which leave its registries without their doing. Asked under
-  // the engine lock.
-  virtual bool get_IsClosingChildren() const = 0;
+  // Whether it is invalidating its cursors, which have left its registry without their doing. Asked
+  // under the engine lock.
+  virtual bool get_IsInvalidatingCursors() const = 0;
 
  protected:
   ~I_DatabaseLink() = default;

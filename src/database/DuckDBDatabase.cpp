@@ -158,8 +158,11 @@ std::exception_ptr DuckDBDatabase::CloseChildren() {
   bool const isInside = std::exchange(mIsClosingChildren, true);
   CloseAll(
       mQueryResults, [](I_DuckDBQueryResult& child) { child.Close(); }, failure);
+  // Not before: what dies with a result may be the host's, and invalidate a cursor that is listed.
+  mIsInvalidatingCursors = true;
   CloseAll(
       mCursors, [](I_DuckDBCursor& child) { child.Invalidate(); }, failure);
+  mIsInvalidatingCursors = false;
   CloseAll(
       mStatements, [](I_DuckDBStatement& child) { child.Close(); }, failure);
   mIsClosingChildren = isInside;

@@ -65,7 +65,7 @@ class DuckDBDatabase final : public I_DuckDBDatabase,
 
   smart_ptr<I_DuckDBDatabase> get_Self() override;
   I_DuckDBDatabase& get_Interface() override { return *this; }
-  bool get_IsClosingChildren() const override { return mIsClosingChildren; }
+  bool get_IsInvalidatingCursors() const override { return mIsInvalidatingCursors; }
   // Holds the DuckDB instance too, so that the file stays taken while a call is under way.
   std::shared_ptr<lumora::duckdb_c::ConnectionHandle> get_Connection() override;
 
@@ -108,6 +108,7 @@ class DuckDBDatabase final : public I_DuckDBDatabase,
   Database mHandle;
   std::shared_ptr<lumora::duckdb_c::ConnectionHandle> mConnection;
   bool mIsClosingChildren = false;
+  bool mIsInvalidatingCursors = false;
   lumora::ChildRegistry<I_DuckDBStatement> mStatements;
   lumora::ChildRegistry<I_DuckDBQueryResult> mQueryResults;
   lumora::ChildRegistry<I_DuckDBCursor> mCursors;

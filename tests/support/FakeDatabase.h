@@ -29,7 +29,7 @@ class FakeDatabase final : public tarn::lsql::I_DuckDBDatabase, public I_Databas
   std::vector<tarn::lsql::I_DuckDBCursor*> mCursors;
   std::vector<tarn::lsql::I_DuckDBQueryResult*> mResults;
   std::vector<tarn::lsql::I_DuckDBStatement*> mStatements;
-  bool mIsClosingChildren = false;
+  bool mIsInvalidatingCursors = false;
   bool mIsDying = false;  // get_Self answers null
   std::string mPath = "fake.duckdb";
   // Called with each cursor that leaves its list, while it is whole.
@@ -37,7 +37,7 @@ class FakeDatabase final : public tarn::lsql::I_DuckDBDatabase, public I_Databas
 
   tarn::smart_ptr<I_DuckDBDatabase> get_Self() override;
   I_DuckDBDatabase& get_Interface() override { return *this; }
-  bool get_IsClosingChildren() const override { return mIsClosingChildren; }
+  bool get_IsInvalidatingCursors() const override { return mIsInvalidatingCursors; }
   std::shared_ptr<duckdb_c::ConnectionHandle> get_Connection() override { return mConnection; }
 
   std::uint32_t AddRef() override { return mRefs.Increment(); }

@@ -57,6 +57,19 @@ TEST_F(Callbacks, AStatementThatIsUnregisteredWhileItsDatabaseClosesIsInvalid) {
             (Thrown{"xDuckDBError", 0x72501, "unknown", "DuckDBDatabase is invalid"}));
 }
 
+TEST_F(Callbacks, ACursorThatIsInvalidatedAndReleasedWhileItsDatabaseClosesIsNotCalledAfterwards) {
+  HandleCounts const before = get_LiveHandles();
+  Database const database = Created("a.db");
+  auto cursor = database->ExecuteQuery(Wide("SELECT 1"), 2, nullptr);
+  auto const result = ResultWith(database, [&] {
+    cursor->Invalidate();
+    cursor.reset();
+  });
+  database->Close();
+  EXPECT_FALSE(cursor);
+  EXPECT_EQ(get_LiveHandles(), before);
+}
+
 TEST_F(Callbacks, ADatabaseThatIsClosedInTheMiddleOfItsCloseIsCountedOnce) {
   MakeFile("a.db");
   Database const first = Opened("a.db");

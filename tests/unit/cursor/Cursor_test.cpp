@@ -111,7 +111,7 @@ TEST_P(BothCursors, ForgetsTheDatabaseThatInvalidatesItWhileClosing) {
         tarn::lsql::MakeCursor(database.get(), database->Query("SELECT 1"), GetParam());
     if (isInvalidated) cursor->Invalidate();
     database->mOnUnregister = [](I_DuckDBCursor&) { FAIL() << "the database is walking its list"; };
-    database->mIsClosingChildren = true;
+    database->mIsInvalidatingCursors = true;
     cursor->Invalidate();
     cursor->Close();
   }
