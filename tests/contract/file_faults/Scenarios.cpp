@@ -56,8 +56,10 @@ bool Try(TOperation const& inOperation) {
     thrown = {"std::exception", 0, error.what(), ""};
   }
   if (thrown == Thrown{}) return true;
-  bool const ours = thrown.mClass.starts_with('x') && thrown.mCode != 0 &&
-                    !(thrown.mText1 + thrown.mText2).empty();
+  // The one code that is clear without a text.
+  static Thrown const noBackup{"xDBError", 0x66000, "", ""};
+  bool const ours = thrown == noBackup || (thrown.mClass.starts_with('x') && thrown.mCode != 0 &&
+                                           !(thrown.mText1 + thrown.mText2).empty());
   TellParent(fmt::format("{}: {} {:#x} {} | {}", ours ? "failed" : "wrong", thrown.mClass,
                          thrown.mCode, thrown.mText1, thrown.mText2));
   return false;
