@@ -238,8 +238,9 @@ std::string RandomTypes::PresentValueOf(Node const& inNode) {
 std::string RandomTypes::ValueOf(Node const& inNode) {
   const std::string value = Below(7) == 0 ? "NULL" : PresentValueOf(inNode);
   // The cast around the whole makes the types of lists and structs, not those of their parts.
-  const bool is_told =
-      inNode.mKind == Kind::kList || inNode.mKind == Kind::kArray || inNode.mKind == Kind::kStruct;
+  // Hazard: where an array of arrays stands in a struct, that cast of DuckDB's reads memory that
+  // nobody has written. Remedy: an array has a cast of its own.
+  const bool is_told = inNode.mKind == Kind::kList || inNode.mKind == Kind::kStruct;
   return is_told ? value : fmt::format("CAST({} AS {})", value, TypeOf(inNode));
 }
 
